@@ -1,0 +1,42 @@
+#include "app/Forms.h"
+
+namespace {
+const char* const kUnloaded = "cantavoxUnloaded";
+const char* const kForm = "cantavoxForm";
+
+bool isForm(QWidget* w) {
+    if (!w || w->property(kUnloaded).toBool())
+        return false;
+    // Our forms are the QWidget subclasses whose class name is their object name.
+    return w->property(kForm).toBool() ||
+           w->objectName() == QLatin1StringView(w->metaObject()->className());
+}
+} // namespace
+
+QList<QWidget*> loadedForms() {
+    QList<QWidget*> forms;
+    for (QWidget* w : QApplication::topLevelWidgets()) {
+        if (isForm(w))
+            forms.append(w);
+    }
+    return forms;
+}
+
+QWidget* findLoadedForm(const QString& formName) {
+    for (QWidget* w : loadedForms()) {
+        if (w->objectName().compare(formName, Qt::CaseInsensitive) == 0)
+            return w;
+    }
+    return nullptr;
+}
+
+bool isLoaded(const QString& formName) { return findLoadedForm(formName) != nullptr; }
+
+void unloadForm(QWidget* form) {
+    if (!form || form->property(kUnloaded).toBool())
+        return;
+    form->setProperty(kUnloaded, true);
+    form->close();
+    form->hide();
+    form->deleteLater();
+}

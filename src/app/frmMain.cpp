@@ -1,0 +1,632 @@
+// The main window's start-up, shutdown, modes and status bar.
+#include "app/frmMain.h"
+#include "ui_frmMain.h"
+
+#include "app/AppPaths.h"
+#include "app/Forms.h"
+#include "app/Main.h"
+#include "app/Messages.h"
+#include "app/Prompts.h"
+#include "app/TimeFormats.h"
+#include "app/globals.h"
+#include "app/stateVariable.h"
+#include "failsafe/modFailSafe.h"
+#include "library/cdDrive.h"
+#include "library/dbUpgrade.h"
+#include "platform/MMControl.h"
+#include "prefs/Preference.h"
+#include "prefs/prefs.h"
+#include "shell/frmAbout.h"
+#include "shell/hints.h"
+#include "shell/recentFiles.h"
+#include "transform/digitalAudio.h"
+
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QScreen>
+#include <QStatusBar>
+#include <QUrl>
+
+namespace {
+const char* const kModule = "main form";
+frmMain* g_instance = nullptr;
+
+// The maker's site; the Internet menu's pages hang below it.
+const QString kWebBase = QStringLiteral("https://cantavox.example.org/");
+} // namespace
+
+frmMain::frmMain() : m_ui(std::make_unique<Ui::frmMain>()) {
+    g_instance = this;
+    setObjectName(QStringLiteral("frmMain"));
+    m_ui->setupUi(this);
+    setWindowIcon(QIcon(QStringLiteral(":/cantavox.svg")));
+
+    m_ui->CDControl->setObjectName(QStringLiteral("CDControl"));
+    m_ui->CDControl->setDeviceType(QStringLiteral("cdaudio"));
+    m_ui->WaveControl->setDeviceType(QStringLiteral("waveaudio"));
+    m_ui->txtCurrentPosition->setObjectName(QStringLiteral("txtCurrentPosition"));
+    QFont posFont = m_ui->txtCurrentPosition->font();
+    posFont.setFamily(QStringLiteral("monospace"));
+    posFont.setStyleHint(QFont::Monospace);
+    posFont.setPointSizeF(posFont.pointSizeF() * 2.0);
+    posFont.setBold(true);
+    m_ui->txtCurrentPosition->setFont(posFont);
+    m_ui->lblMMCtrl->setMinimumWidth(48);
+    m_ui->lblMMCtrl->setStyleSheet(QStringLiteral(
+        "QLabel { background: palette(highlight); color: palette(highlighted-text);"
+        " border-radius: 4px; padding: 2px 8px; font-weight: bold; }"));
+    for (QLabel* key : {m_ui->lblF6, m_ui->lblF7, m_ui->lblF8})
+        key->setStyleSheet(QStringLiteral("QLabel { color: palette(mid); }"));
+    QFont trans = m_ui->lblTrans->font();
+    trans.setBold(true);
+    trans.setPointSizeF(trans.pointSizeF() * 1.3);
+    m_ui->lblTrans->setFont(trans);
+    m_ui->txtSlowPct_0->setMaximumWidth(60);
+    m_ui->txtSlowPct_1->setMaximumWidth(50);
+    m_ui->txtSlowPct_2->setMaximumWidth(50);
+    m_ui->splGrids->setStretchFactor(0, 1);
+    m_ui->splGrids->setStretchFactor(1, 2);
+    buildStatusBar();
+    connectMenus();
+
+    tmrAfterFormLoad.setSingleShot(true);
+    connect(&tmrAfterFormLoad, &QTimer::timeout, this,
+            [this] { tmrAfterFormLoad_Timer(); });
+}
+
+frmMain::~frmMain() {
+    if (g_instance == this)
+        g_instance = nullptr;
+}
+
+frmMain* frmMain::instance() { return g_instance; }
+
+void frmMain::buildStatusBar() {
+    QStatusBar* bar = m_ui->StatBar;
+    auto addPanel = [&](const QString& name, int stretch, int minWidth) {
+        auto* panel = new QLabel(bar);
+        panel->setObjectName(name);
+        panel->setMinimumWidth(minWidth);
+        panel->setContentsMargins(6, 0, 6, 0);
+        if (stretch > 0)
+            bar->addWidget(panel, stretch);
+        else
+            bar->addPermanentWidget(panel);
+    };
+    addPanel(QStringLiteral("pnlMsg"), 1, 160);
+    addPanel(QStringLiteral("pnlCDlength"), 0, 90);
+    addPanel(QStringLiteral("pnlTrackLength"), 0, 90);
+    addPanel(QStringLiteral("pnlLoopLength"), 0, 90);
+}
+
+QLabel* frmMain::statusPanel(const QString& name) const {
+    return m_ui->StatBar->findChild<QLabel*>(name);
+}
+
+void frmMain::setPanelText(const QString& name, const QString& text) {
+    if (QLabel* p = statusPanel(name))
+        p->setText(text);
+}
+
+QString frmMain::panelText(const QString& name) const {
+    QLabel* p = statusPanel(name);
+    return p ? p->text() : QString();
+}
+
+void frmMain::setPanelVisible(const QString& name, bool visible) {
+    if (QLabel* p = statusPanel(name))
+        p->setVisible(visible);
+}
+
+bool frmMain::panelVisible(const QString& name) const {
+    QLabel* p = statusPanel(name);
+    return p && !p->isHidden();
+}
+
+void frmMain::connectMenus() {
+    connect(m_ui->menuExit, &QAction::triggered, this,
+            fs::trapped(kModule, "Sub menuExit_Click", [this] { menuExit_Click(); }));
+    connect(m_ui->menuAbout, &QAction::triggered, this,
+            fs::trapped(kModule, "Sub menuAbout_Click", [this] { menuAbout_Click(); }));
+    connect(m_ui->menuHelpChoice, &QAction::triggered, this,
+            fs::trapped(kModule, "Sub menuHelpChoice_Click", [this] { menuHelpChoice_Click(); }));
+    const std::pair<QAction*, int> web[] = {
+        {m_ui->mnuWeb_2, 2}, {m_ui->mnuWeb_3, 3}, {m_ui->mnuWeb_4, 4}, {m_ui->mnuWeb_5, 5}};
+    for (const auto& [action, index] : web) {
+        connect(action, &QAction::triggered, this,
+                fs::trapped(kModule, "Sub mnuWeb_Click", [this, i = index] { mnuWeb_Click(i); }));
+    }
+    const std::pair<QAction*, int> views[] = {
+        {m_ui->mnuChooseView_1, 1}, {m_ui->mnuChooseView_2, 2}, {m_ui->mnuChooseView_3, 3}};
+    for (const auto& [action, index] : views) {
+        connect(action, &QAction::triggered, this,
+                fs::trapped(kModule, "Sub mnuChooseView_Click",
+                            [this, i = index] { mnuChooseView_Click(i); }));
+    }
+    connect(m_ui->mnuWaveView, &QAction::triggered, this,
+            fs::trapped(kModule, "Sub mnuWaveView_Click", [this] { mnuWaveView_Click(); }));
+    connect(m_ui->cmdPrevView, &QPushButton::clicked, this,
+            fs::trapped(kModule, "Sub cmdPrevView_Click", [this] { cmdPrevView_Click(); }));
+    // The recent-file slots stay hidden until the File menu's list is filled.
+    for (QAction* mru : {m_ui->mnuMRU_1, m_ui->mnuMRU_2, m_ui->mnuMRU_3, m_ui->mnuMRU_4})
+        mru->setVisible(false);
+}
+
+// ---------------------------------------------------------------------------------------
+// Start-up and shutdown
+
+void frmMain::Form_Load() {
+    FS_PROC(kModule, "Sub Form_Load");
+    formLoaded = false;
+    setEnabled(false);
+    // The message window is called messageForm, so this is never true; kept as it stands.
+    if (isLoaded(QStringLiteral("messagesForm")))
+        Message(QStringLiteral("Loading Main Form"), QStringLiteral("Starting Cantavox"));
+    // Placeholder: the loops work creates the loopPoints collection here.
+    m_ui->CDControl->setWait(false);
+    gvDebugging = false;
+    externBinPath = appDir() + QStringLiteral("/extern.bin");
+    centerform(this);
+    stashTooltips();
+    lastTypedTime = Timer() - 10;
+    autoplay(false);
+    CDandRecordingSetup();
+    {
+        Preference pref;
+        pref.setPreferenceName(QStringLiteral("dbVersion"));
+        // A missing value ("N/A") reads as 0 through the numeric value of the text.
+        if (vbVal(pref.Value().toString()) < 7) {
+            AppendNewFields();
+            pref.setValue(QStringLiteral("7"));
+        }
+    }
+    initializeStateVariables();
+    currentMMControl = m_ui->CDControl;
+    QScreen* screen = QGuiApplication::primaryScreen();
+    if (screen && screen->geometry().width() == 640)
+        setWindowState(windowState() | Qt::WindowMaximized);
+    else
+        centerform(this);
+    // Placeholder: the library store points the four data controls at appDir()/cantavox.db.
+    getMRUs();
+    getPrefs();
+    gvDriveCount = driveCount();
+    // The two grids share one place: loopPoints stands beside tgTracks at the same height,
+    // which the splitter that holds them guarantees.
+    tmrAfterFormLoad.setInterval(200);
+    tmrAfterFormLoad.start();
+    formLoaded = true;
+    setEnabled(true);
+}
+
+void frmMain::initializeStateVariables() {
+    FS_PROC(kModule, "Sub initializeStateVariables");
+    lastTypedTime = Timer() - 10;
+    if (!playState)
+        playState = new stateVariable(m_ui->CDControl, m_ui->WaveControl);
+    playState->setState(false);
+    gvHighlightedTrack = 0;
+    currentView = 1;
+    dialogDirectory = appDir();
+    gvRecordingSampleRate = 44100;
+    gvPlayRequested = false;
+    gvDisplayQuality = 20;
+}
+
+void frmMain::getPrefs() {
+    FS_PROC(kModule, "Sub getPrefs");
+    readPref(QStringLiteral("AutoSlow"), gvAutoSlow, true);
+    readPref(QStringLiteral("PreviewEnd"), gvPreviewEnd, false);
+    readPref(QStringLiteral("DeleteTempFiles"), gvDeleteTempFiles, true);
+    readPref(QStringLiteral("ShowTooltips"), gvShowTooltips, true);
+    checkTooltips();
+    readPref(QStringLiteral("SwitchToDigitalAskedAndAnswered"), gvSwitchToDigitalAskedAndAnswered,
+             true);
+    readPref(QStringLiteral("Realtime"), gvRealtime, true);
+    readPref(QStringLiteral("SoundQuality"), gvSoundQuality, 3);
+}
+
+void frmMain::tmrAfterFormLoad_Timer() {
+    if (gvExiting || !formLoaded)
+        return;
+    fs::trap(kModule, "Sub tmrAfterFormLoad_Timer", [this] {
+        FS_PROC(kModule, "Sub tmrAfterFormLoad_Timer");
+        tmrAfterFormLoad.setInterval(0);
+        tmrAfterFormLoad.stop();
+        if (gvFirstRun)
+            setCDdrive();
+        changeToMode(QStringLiteral("CD"), true);
+        if (frmAbout* about = formIfLoaded<frmAbout>())
+            unloadForm(about);
+        checkCDPresent();
+        // Placeholder: with digital extraction usable, an empty drive's tray is cycled here.
+        show();
+    });
+    if (gvExiting)
+        return;
+    // From here errors are no longer trapped by this handler.
+    Message(QStringLiteral("off"), QStringLiteral("Make Loop Points"));
+    ShowHint(QStringLiteral("warnTutorialExists"));
+    gvInStartup = false;
+}
+
+void frmMain::closeEvent(QCloseEvent* event) {
+    // A close that comes from unloadForm (closeAllForms) is by code; anything else is the
+    // window's own close box or the window manager.
+    const int mode = property("cantavoxUnloaded").toBool() ? vbFormCode : vbFormControlMenu;
+    bool cancel = false;
+    fs::trap(kModule, "Sub Form_QueryUnload", [&] { Form_QueryUnload(cancel, mode); });
+    if (cancel) {
+        event->ignore();
+        return;
+    }
+    event->accept();
+    if (m_unloading)
+        return;
+    m_unloading = true;
+    bool unloadCancel = false;
+    fs::trap(kModule, "Sub Form_Unload", [&] { Form_Unload(unloadCancel); });
+}
+
+void frmMain::Form_QueryUnload(bool& Cancel, int UnloadMode) {
+    FS_PROC(kModule, "Sub Form_QueryUnload", FS_ARG(Cancel), FS_ARG(UnloadMode));
+    if (UnloadMode == vbFormControlMenu && gvInSlowPlay) {
+        cmdPrevView_Click();
+        Cancel = true;
+    }
+}
+
+void frmMain::Form_Unload(bool& Cancel) {
+    FS_PROC(kModule, "Sub Form_Unload", FS_ARG(Cancel));
+    for (MMControl* control : {m_ui->CDControl, m_ui->WaveControl}) {
+        control->setWait(true);
+        control->setCommand(QStringLiteral("stop"));
+        control->setWait(true);
+        control->setCommand(QStringLiteral("close"));
+    }
+    autoplay(true);
+    // Placeholder: the loops work releases the loopPoints collection here.
+    currentMMControl = nullptr;
+    exitProgram(false);
+}
+
+void frmMain::menuExit_Click() {
+    FS_PROC(kModule, "Sub menuExit_Click");
+    exitProgram(false);
+}
+
+// ---------------------------------------------------------------------------------------
+// Modes and state
+
+QString frmMain::currentMode() const {
+    if (gvInSlowPlay)
+        return QStringLiteral("SlowPlay");
+    return cdView ? QStringLiteral("CD") : QStringLiteral("Wave");
+}
+
+void frmMain::changeToMode(const QString& theMode, bool suppressRefresh) {
+    FS_PROC(kModule, "Sub changeToMode", FS_ARG(theMode), FS_ARG(suppressRefresh));
+    playState->setState(false);
+    gvRecordingLoop = false;
+    MMsuspend(theMode);
+    if (theMode.compare(u"CD", Qt::CaseInsensitive) == 0) {
+        initCDview(suppressRefresh);
+    } else if (theMode.compare(u"Wave", Qt::CaseInsensitive) == 0) {
+        if (!initWaveView())
+            return;
+    } else if (theMode.compare(u"SlowPlay", Qt::CaseInsensitive) == 0) {
+        initSlowView();
+    }
+    fs::ignoreErrors(
+        [&] { gvInSlowPlay = theMode.compare(u"SlowPlay", Qt::CaseInsensitive) == 0; });
+    fs::ignoreErrors([&] { visibilityAndPositionAdjust(); });
+    fs::ignoreErrors([&] { auxiliaryFormAdjust(); });
+    fs::ignoreErrors([&] { MMgo(); });
+    fs::ignoreErrors([&] {
+        if (isLoaded(QStringLiteral("messages2")))
+            setEnabled(true);
+    });
+    fs::ignoreErrors([&] {
+        while (QGuiApplication::overrideCursor())
+            QGuiApplication::restoreOverrideCursor();
+    });
+}
+
+void frmMain::MMsuspend(const QString& theMode) {
+    FS_PROC(kModule, "Sub MMsuspend", FS_ARG(theMode));
+    if (!currentMMControl)
+        currentMMControl = m_ui->CDControl;
+    currentMMControl->setUpdateInterval(0);
+    m_ui->WaveControl->setUpdateInterval(0);
+    m_ui->CDControl->setUpdateInterval(0);
+    m_ui->slowControl->setUpdateInterval(0);
+    const bool toCD = theMode.compare(u"CD", Qt::CaseInsensitive) == 0;
+    if (!toCD || currentMMControl != m_ui->CDControl) {
+        currentMMControl->setWait(true);
+        currentMMControl->setCommand(QStringLiteral("Stop"));
+    }
+}
+
+void frmMain::MMgo() {
+    FS_PROC(kModule, "Sub MMgo");
+    currentMMControl->setUpdateInterval(500);
+    currentMMControl->setVisible(!gvInSlowPlay);
+    currentMMControl->setEnabled(true);
+    if (currentMMControl->objectName() == u"CDControl")
+        m_ui->lblMMCtrl->setText(QStringLiteral("CD"));
+    else if (currentMMControl->objectName() == u"WaveControl")
+        m_ui->lblMMCtrl->setText(QStringLiteral("Wave"));
+}
+
+void frmMain::initCDview(bool suppressRefresh) {
+    FS_PROC(kModule, "Sub initCDview", FS_ARG(suppressRefresh));
+    cdView = true;
+    currentMMControl->hide();
+    currentMMControl = m_ui->CDControl;
+    if (m_ui->CDControl->Mode() == MMControl::ModeNotOpen) {
+        m_ui->CDControl->setWait(true);
+        m_ui->CDControl->setCommand(QStringLiteral("Open"));
+    } else if (!suppressRefresh) {
+        // Placeholder: disc identity refreshes the display for the disc (refreshDisplayForNewCD).
+    }
+}
+
+void frmMain::initSlowView() {
+    FS_PROC(kModule, "Sub initSlowView");
+    currentMMControl->hide();
+    currentMMControl = m_ui->WaveControl;
+    if (m_ui->slSlowPct_0->value() == 0)
+        m_ui->slSlowPct_0->setValue(50);
+    m_ui->txtSlowPct_0->setText(QString::number(m_ui->slSlowPct_0->value()));
+    currentMMControl->setWait(true);
+    currentMMControl->setCommand(QStringLiteral("Close"));
+    m_ui->txtCurrentPosition->setText(QStringLiteral("00:00"));
+}
+
+bool frmMain::initWaveView() {
+    FS_PROC(kModule, "Function initWaveView");
+    MMControl* wave = m_ui->WaveControl;
+    const QString name = wave->FileName();
+    if (name.contains(u"tempslow.wav", Qt::CaseInsensitive) ||
+        name.contains(u"temp.wav", Qt::CaseInsensitive) || name.isEmpty()) {
+        wave->setWait(true);
+        wave->setCommand(QStringLiteral("Close"));
+        wave->setFileName(savedWaveFile);
+        wave->setWait(true);
+        wave->setCommand(QStringLiteral("open"));
+    }
+    // Placeholder: the wave catalogue asks for a file here (mnuFileOpen_Click) and files it
+    // in the library (doWaveDBThing); until then a mode without a file is refused.
+    if (wave->FileName().isEmpty())
+        return false;
+    cdView = false;
+    currentMMControl->hide();
+    currentMMControl = wave;
+    m_ui->sbTrackPos->setMaximum(checkedInt16(static_cast<qint64>(wave->Length() / 1000)));
+    return true;
+}
+
+bool frmMain::saveCurrentStatus() {
+    FS_PROC(kModule, "Function saveCurrentStatus");
+    savedWaveFile = m_ui->WaveControl->FileName();
+    savedView = currentView;
+    savedCdView = cdView;
+    // Placeholder: the loops work reads startTime of dtaLoopPoints' current row into
+    // prevStartTime; until loops exist there is never a current loop.
+    Prompts::msgBox(QStringLiteral("There are no loop points created. Please make at least one "
+                                   "loop point before continuing"));
+    return false;
+}
+
+void frmMain::auxiliaryFormAdjust() {
+    FS_PROC(kModule, "Sub auxiliaryFormAdjust");
+    if (QWidget* graph = findLoadedForm(QStringLiteral("frmScrollTime")); graph && !gvInSlowPlay)
+        unloadForm(graph);
+    if (QWidget* trim = findLoadedForm(QStringLiteral("frmTrim"))) {
+        if (QWidget* main = trim->findChild<QWidget*>(QStringLiteral("cmdSave")))
+            main->setEnabled(!gvInSlowPlay);
+        if (gvInSlowPlay)
+            unloadForm(trim);
+    }
+}
+
+void frmMain::visibilityAndPositionAdjust() {
+    FS_PROC(kModule, "Sub visibilityAndPositionAdjust");
+    Ui::frmMain& u = *m_ui;
+    const bool showCD = currentView == 1 && cdView && !gvInSlowPlay;
+    // In SlowPlay the loop button moves up to where the CD strip stood; the layout keeps it
+    // in the action row, which is already that place once the strips are hidden.
+    if (!gvRealtime)
+        u.cmdGraphic->setEnabled(false);
+
+    for (QAction* a : {u.mnuCDRequery, u.mnuRecord, u.mnuFileOpen})
+        a->setEnabled(!gvInSlowPlay);
+    u.mnuView->setEnabled(!gvInSlowPlay);
+    for (QWidget* w : std::initializer_list<QWidget*>{u.Artist, u.CDTitle, u.Comments, u.lblArtist,
+                                                       u.lblCDTitle})
+        w->setVisible(showCD);
+    for (QWidget* w : std::initializer_list<QWidget*>{
+             u.cmdStartNewLoop, u.btnLoopPlay, u.cmdSlowPlay, u.lblF6, u.lblF7, u.lblF8,
+             u.lblMMCtrl, u.fraCurrPosition, u.loopPoints})
+        w->setVisible(!gvInSlowPlay);
+    for (QWidget* w : std::initializer_list<QWidget*>{u.cmdGraphic, u.cmdPrevView,
+                                                       u.fraPitchControl, u.fraSlowdown,
+                                                       u.lblTrans, u.lblTransformations,
+                                                       u.slowControl})
+        w->setVisible(gvInSlowPlay);
+    u.lblTrackComments->setVisible(cdView);
+    setPanelVisible(QStringLiteral("pnlCDlength"), cdView && !gvInSlowPlay);
+    setPanelVisible(QStringLiteral("pnlTrackLength"), !gvInSlowPlay);
+    u.tgTracks->setVisible(cdView && !gvInSlowPlay);
+}
+
+void frmMain::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::WindowStateChange && formLoaded && !gvExiting)
+        fs::trap(kModule, "Sub Form_Resize", [this] { Form_Resize(); });
+}
+
+void frmMain::resizeEvent(QResizeEvent* event) { QMainWindow::resizeEvent(event); }
+
+void frmMain::Form_Resize() {
+    FS_PROC(kModule, "Sub Form_Resize");
+    if (windowState() & Qt::WindowMinimized)
+        MMsuspend(QStringLiteral("CD"));
+    else
+        MMgo();
+}
+
+bool frmMain::playing() {
+    FS_PROC(kModule, "Function playing");
+    return currentMMControl && currentMMControl->Mode() == MMControl::ModePlaying;
+}
+
+void frmMain::togglePlayState() {
+    FS_PROC(kModule, "Sub togglePlayState");
+    if (playing() || playState->isArmed()) {
+        if (playState->isArmed())
+            playState->setState(false);
+        currentMMControl->setWait(true);
+        currentMMControl->setCommand(QStringLiteral("Stop"));
+        currentMMControl->setUpdateInterval(0);
+    } else {
+        if (gvInSlowPlay)
+            playState->setState(true);
+        currentMMControl->setWait(false);
+        currentMMControl->setCommand(QStringLiteral("Play"));
+        currentMMControl->setUpdateInterval(500);
+        gvPlayRequested = true;
+    }
+}
+
+// ---------------------------------------------------------------------------------------
+// Time formats on the current control
+
+void frmMain::tmsf() {
+    FS_PROC(kModule, "Sub tmsf");
+    currentMMControl->setWait(true);
+    currentMMControl->setTimeFormat(MMControl::TimeFormatTmsf);
+}
+
+void frmMain::ms() {
+    FS_PROC(kModule, "Sub ms");
+    fs::ignoreErrors([&] { currentMMControl->setTimeFormat(MMControl::TimeFormatMs); });
+}
+
+qint32 frmMain::trackLengthMs(qint16 trk) {
+    FS_PROC(kModule, "Function trackLengthMs", FS_ARG(trk));
+    MMControl* cd = m_ui->CDControl;
+    fs::ignoreErrors([&] { cd->setTimeFormat(MMControl::TimeFormatMs); });
+    cd->setTrack(trk);
+    return cd->TrackLength();
+}
+
+QString frmMain::trackLengthMMSS(qint16 trk) {
+    FS_PROC(kModule, "Function trackLengthMMSS", FS_ARG(trk));
+    return ::trackLengthMMSS(trackLengthMs(trk));
+}
+
+// ---------------------------------------------------------------------------------------
+// Views and the way back from SlowPlay
+
+void frmMain::mnuChooseView_Click(int Index) {
+    FS_PROC(kModule, "Sub mnuChooseView_Click", FS_ARG(Index));
+    // Placeholder: the views work lays out the grids for "Normal", "Loop Detail" and
+    // "Big Lyrics"; choosing any view goes to the disc.
+    currentView = Index;
+    changeToMode(QStringLiteral("CD"));
+}
+
+void frmMain::mnuWaveView_Click() {
+    FS_PROC(kModule, "Sub mnuWaveView_Click");
+    changeToMode(QStringLiteral("Wave"));
+}
+
+void frmMain::cmdPrevView_Click() {
+    FS_PROC(kModule, "Sub cmdPrevView_Click");
+    if (savedCdView)
+        mnuChooseView_Click(savedView);
+    else
+        changeToMode(QStringLiteral("Wave"));
+    // Placeholder: the SlowPlay flow refreshes loopPoints and finds prevStartTime again.
+    if (QWidget* trim = findLoadedForm(QStringLiteral("frmTrim")))
+        unloadForm(trim);
+}
+
+// ---------------------------------------------------------------------------------------
+// Disc presence
+
+bool frmMain::CDpresent() {
+    FS_PROC(kModule, "Function CDpresent");
+    return m_ui->CDControl->Tracks() > 0;
+}
+
+void frmMain::hideCDfields() {
+    FS_PROC(kModule, "Sub hideCDfields");
+    // Placeholder: disc identity hides the disc's fields and grids here.
+}
+
+void frmMain::checkCDPresent() {
+    FS_PROC(kModule, "Sub checkCDPresent");
+    if (CDpresent()) {
+        // Placeholder: disc identity looks the disc up (checkCD).
+        if (panelText(QStringLiteral("pnlMsg")) != u"CD-ROM (no audio tracks)") {
+            setPanelVisible(QStringLiteral("pnlTrackLength"), true);
+            setPanelVisible(QStringLiteral("pnlCDlength"), true);
+            if (panelText(QStringLiteral("pnlMsg")) != u"CD Found")
+                setPanelText(QStringLiteral("pnlMsg"), QStringLiteral("CD Found"));
+        }
+        return;
+    }
+    m_ui->CDControl->setEnabled(false);
+    setPanelText(QStringLiteral("pnlMsg"), QStringLiteral("No CD in drive"));
+    setWindowTitle(QStringLiteral("Cantavox: No CD in drive"));
+    setPanelVisible(QStringLiteral("pnlTrackLength"), false);
+    setPanelVisible(QStringLiteral("pnlCDlength"), false);
+    hideCDfields();
+    m_ui->CDTitle->setText(QStringLiteral("No CD In Drive"));
+    // Placeholder: disc identity moves to the required record (cdLen = 0) here.
+}
+
+// ---------------------------------------------------------------------------------------
+// Help and Internet menus
+
+void frmMain::menuAbout_Click() {
+    FS_PROC(kModule, "Sub menuAbout_Click");
+    frmAbout* about = loadForm<frmAbout>();
+    about->showButtons(true);
+    Prompts::execDialog(about, QStringLiteral("About"));
+    unloadForm(about);
+}
+
+void frmMain::menuHelpChoice_Click() {
+    FS_PROC(kModule, "Sub menuHelpChoice_Click");
+    MMsuspend(QStringLiteral("CD"));
+    const QString manual = appDir() + QStringLiteral("/Cantavox Manual.pdf");
+    if (!QFileInfo::exists(manual)) {
+        Prompts::msgBox(QStringLiteral("The help file was not found."));
+        MMgo();
+        return;
+    }
+    if (!QDesktopServices::openUrl(QUrl::fromLocalFile(manual))) {
+        Prompts::msgBox(QStringLiteral(
+            "The help file requires a PDF reader. Install one from your distribution's software "
+            "centre (for example Evince or Okular) and try again."));
+        MMgo();
+    }
+}
+
+void frmMain::mnuWeb_Click(int Index) {
+    FS_PROC(kModule, "Sub mnuWeb_Click", FS_ARG(Index));
+    QString page;
+    switch (Index) {
+    case 2: page = QStringLiteral("update"); break;
+    case 3: break;
+    case 4: page = QStringLiteral("subscribe"); break;
+    case 5: page = QStringLiteral("faq"); break;
+    default: return;
+    }
+    QDesktopServices::openUrl(QUrl(page.isEmpty() ? kWebBase : kWebBase + page + u".htm"));
+}

@@ -1,0 +1,118 @@
+#pragma once
+
+#include <QMainWindow>
+#include <QPointer>
+#include <QString>
+#include <QTimer>
+#include <memory>
+
+class MMControl;
+class QLabel;
+class QAction;
+
+namespace Ui {
+class frmMain;
+}
+
+// The main window: one screen serving the three play modes "CD", "Wave" and "SlowPlay".
+// It owns the media controls, the shared state of the modes and, in later subsystems, the
+// data controls. Its procedures are defined in the folder of the subsystem they belong to
+// (app/frmMain.cpp holds start-up, shutdown and the modes).
+//
+// Thread: UI thread only.
+class frmMain : public QMainWindow {
+    Q_OBJECT
+public:
+    // UnloadMode values of Form_QueryUnload.
+    enum UnloadModeCode { vbFormControlMenu = 0, vbFormCode = 1, vbAppWindows = 2 };
+
+    frmMain();
+    ~frmMain() override;
+
+    // The loaded main window, or nullptr.
+    static frmMain* instance();
+
+    // --- Start-up and shutdown -------------------------------------------------------
+    void Form_Load();
+    void tmrAfterFormLoad_Timer();
+    void Form_QueryUnload(bool& Cancel, int UnloadMode);
+    void Form_Unload(bool& Cancel);
+    void menuExit_Click();
+    void initializeStateVariables();
+    void getPrefs();
+
+    // --- Modes and state ----------------------------------------------------------------
+    void changeToMode(const QString& theMode, bool suppressRefresh = false);
+    void MMsuspend(const QString& theMode);
+    void MMgo();
+    void initCDview(bool suppressRefresh);
+    void initSlowView();
+    bool initWaveView();
+    bool saveCurrentStatus();
+    void auxiliaryFormAdjust();
+    void visibilityAndPositionAdjust();
+    void Form_Resize();
+    bool playing();
+    void togglePlayState();
+    // The mode the flags describe: "CD", "Wave" or "SlowPlay".
+    QString currentMode() const;
+
+    // --- Time formats on the current control -------------------------------------------
+    void tmsf();
+    void ms();
+    qint32 trackLengthMs(qint16 trk);
+    QString trackLengthMMSS(qint16 trk);
+
+    // --- Views, SlowPlay way back (what start-up and the modes need of them) -----------
+    void mnuChooseView_Click(int Index);
+    void mnuWaveView_Click();
+    void cmdPrevView_Click();
+
+    // --- Help and Internet menus ---------------------------------------------------------
+    void menuAbout_Click();
+    void menuHelpChoice_Click();
+    void mnuWeb_Click(int Index);
+
+    // --- Status bar ----------------------------------------------------------------------
+    QLabel* statusPanel(const QString& name) const;
+    void setPanelText(const QString& name, const QString& text);
+    QString panelText(const QString& name) const;
+    void setPanelVisible(const QString& name, bool visible);
+    bool panelVisible(const QString& name) const;
+
+    // --- Drive and disc presence (what start-up needs until the CD subsystem lands) -----
+    void checkCDPresent();
+    bool CDpresent();
+    void hideCDfields();
+
+    Ui::frmMain* ui() const { return m_ui.get(); }
+
+    // Form state.
+    QPointer<MMControl> currentMMControl;
+    bool cdView = true;
+    qint32 currentView = 1;
+    qint32 savedView = 1;
+    QString savedWaveFile;
+    bool savedCdView = true;
+    qint32 prevStartTime = 0;
+    bool formLoaded = false;
+    QString externBinPath;
+    double lastTypedTime = 0;
+    bool scrollDragging = false;
+    QTimer tmrAfterFormLoad;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void buildStatusBar();
+    void connectMenus();
+    QString dialogDirectory;
+    std::unique_ptr<Ui::frmMain> m_ui;
+    bool m_unloading = false;
+};
+
+// The timer value of the run time: seconds since midnight, with fractions.
+double Timer();

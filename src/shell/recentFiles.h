@@ -1,0 +1,6 @@
+#pragma once
+
+// The recent wave files of the File menu.
+//
+// Thread: UI thread only.
+void getMRUs();
