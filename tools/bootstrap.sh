@@ -5,7 +5,7 @@ set -euo pipefail
 
 PACKAGES=(
     g++ cmake ninja-build make pkg-config
-    qt6-base-dev qt6-base-dev-tools libqt6sql6-sqlite libqt6printsupport6 libqt6dbus6
+    qt6-base-dev qt6-base-dev-tools libqt6sql6-sqlite libqt6printsupport6 libqt6dbus6 libqt6svg6
     libgl-dev
     libsndfile1-dev librubberband-dev portaudio19-dev
     libcdio-dev libcdio-paranoia-dev

@@ -25,3 +25,12 @@ QString shareDir() {
         return local;
     return QStringLiteral(CANTAVOX_SHARE_DIR);
 }
+
+void ensureResources() {
+    // The resources live in a static library: register them before the first use.
+    static const bool done = [] {
+        Q_INIT_RESOURCE(cantavox);
+        return true;
+    }();
+    Q_UNUSED(done);
+}

@@ -14,3 +14,6 @@ QString settingsFile();
 
 // The folder that the installed program ships its read-only files in (manual, layouts).
 QString shareDir();
+
+// Registers the compiled-in resources (icons); safe to call often.
+void ensureResources();

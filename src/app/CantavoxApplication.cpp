@@ -1,11 +1,13 @@
 #include "app/CantavoxApplication.h"
 
+#include "app/AppPaths.h"
 #include "failsafe/modFailSafe.h"
 
-#include <new>
+#include <QIcon>
 
 CantavoxApplication::CantavoxApplication(int& argc, char** argv) : QApplication(argc, argv) {
     setApplicationName(QStringLiteral("Cantavox"));
+    ensureResources();
     setApplicationDisplayName(QStringLiteral("Cantavox"));
     setOrganizationName(QStringLiteral("Cantavox"));
     setApplicationVersion(QStringLiteral("%1.%2.%3")

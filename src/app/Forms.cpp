@@ -30,7 +30,9 @@ QWidget* findLoadedForm(const QString& formName) {
     return nullptr;
 }
 
-bool isLoaded(const QString& formName) { return findLoadedForm(formName) != nullptr; }
+bool isLoaded(const QString& formName) {
+    return findLoadedForm(formName) != nullptr;
+}
 
 void unloadForm(QWidget* form) {
     if (!form || form->property(kUnloaded).toBool())

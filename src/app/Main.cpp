@@ -59,9 +59,15 @@ bool prepareProgramDirectory(QString& problem) {
 }
 } // namespace
 
-bool processEnded() { return g_processEnded; }
-int processExitStatus() { return g_exitStatus; }
-void setEndProcessHandler(std::function<void(int)> handler) { g_endProcess = std::move(handler); }
+bool processEnded() {
+    return g_processEnded;
+}
+int processExitStatus() {
+    return g_exitStatus;
+}
+void setEndProcessHandler(std::function<void(int)> handler) {
+    g_endProcess = std::move(handler);
+}
 void resetProcessState() {
     g_processEnded = false;
     g_exitStatus = 0;
@@ -71,8 +77,7 @@ void Main() {
     FS_PROC(kModule, "Sub Main");
     const QString dir = appDir();
     if (QDir(dir).isRoot()) {
-        Prompts::msgBox(QStringLiteral("This program was installed into a root directory (") +
-                        dir +
+        Prompts::msgBox(QStringLiteral("This program was installed into a root directory (") + dir +
                         QStringLiteral(") , probably inadvertently. It is not designed to run "
                                        "from such a directory. We suggest that you uninstall "
                                        "the program by going to the Windows Control Panel's "

@@ -23,6 +23,7 @@
 
 #include <QCloseEvent>
 #include <QDesktopServices>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QScreen>
@@ -39,10 +40,14 @@ const QString kWebBase = QStringLiteral("https://cantavox.example.org/");
 
 frmMain::frmMain() : m_ui(std::make_unique<Ui::frmMain>()) {
     g_instance = this;
+    ensureResources();
     setObjectName(QStringLiteral("frmMain"));
     m_ui->setupUi(this);
     setWindowIcon(QIcon(QStringLiteral(":/cantavox.svg")));
 
+    // Only the current media control shows; SlowPlay's strip shows in SlowPlay alone.
+    m_ui->WaveControl->hide();
+    m_ui->slowControl->hide();
     m_ui->CDControl->setObjectName(QStringLiteral("CDControl"));
     m_ui->CDControl->setDeviceType(QStringLiteral("cdaudio"));
     m_ui->WaveControl->setDeviceType(QStringLiteral("waveaudio"));
@@ -54,9 +59,9 @@ frmMain::frmMain() : m_ui(std::make_unique<Ui::frmMain>()) {
     posFont.setBold(true);
     m_ui->txtCurrentPosition->setFont(posFont);
     m_ui->lblMMCtrl->setMinimumWidth(48);
-    m_ui->lblMMCtrl->setStyleSheet(QStringLiteral(
-        "QLabel { background: palette(highlight); color: palette(highlighted-text);"
-        " border-radius: 4px; padding: 2px 8px; font-weight: bold; }"));
+    m_ui->lblMMCtrl->setStyleSheet(
+        QStringLiteral("QLabel { background: palette(highlight); color: palette(highlighted-text);"
+                       " border-radius: 4px; padding: 2px 8px; font-weight: bold; }"));
     for (QLabel* key : {m_ui->lblF6, m_ui->lblF7, m_ui->lblF8})
         key->setStyleSheet(QStringLiteral("QLabel { color: palette(mid); }"));
     QFont trans = m_ui->lblTrans->font();
@@ -72,8 +77,7 @@ frmMain::frmMain() : m_ui(std::make_unique<Ui::frmMain>()) {
     connectMenus();
 
     tmrAfterFormLoad.setSingleShot(true);
-    connect(&tmrAfterFormLoad, &QTimer::timeout, this,
-            [this] { tmrAfterFormLoad_Timer(); });
+    connect(&tmrAfterFormLoad, &QTimer::timeout, this, [this] { tmrAfterFormLoad_Timer(); });
 }
 
 frmMain::~frmMain() {
@@ -81,7 +85,9 @@ frmMain::~frmMain() {
         g_instance = nullptr;
 }
 
-frmMain* frmMain::instance() { return g_instance; }
+frmMain* frmMain::instance() {
+    return g_instance;
+}
 
 void frmMain::buildStatusBar() {
     QStatusBar* bar = m_ui->StatBar;
@@ -185,9 +191,11 @@ void frmMain::Form_Load() {
     initializeStateVariables();
     currentMMControl = m_ui->CDControl;
     QScreen* screen = QGuiApplication::primaryScreen();
-    if (screen && screen->geometry().width() == 640)
+    if (screen && screen->geometry().width() == 640) {
+        // Without a window manager the state alone doesn't resize: fill the screen as well.
+        setGeometry(screen->availableGeometry());
         setWindowState(windowState() | Qt::WindowMaximized);
-    else
+    } else
         centerform(this);
     // Placeholder: the library store points the four data controls at appDir()/cantavox.db.
     getMRUs();
@@ -445,16 +453,15 @@ void frmMain::visibilityAndPositionAdjust() {
         a->setEnabled(!gvInSlowPlay);
     u.mnuView->setEnabled(!gvInSlowPlay);
     for (QWidget* w : std::initializer_list<QWidget*>{u.Artist, u.CDTitle, u.Comments, u.lblArtist,
-                                                       u.lblCDTitle})
+                                                      u.lblCDTitle})
         w->setVisible(showCD);
-    for (QWidget* w : std::initializer_list<QWidget*>{
-             u.cmdStartNewLoop, u.btnLoopPlay, u.cmdSlowPlay, u.lblF6, u.lblF7, u.lblF8,
-             u.lblMMCtrl, u.fraCurrPosition, u.loopPoints})
+    for (QWidget* w : std::initializer_list<QWidget*>{u.cmdStartNewLoop, u.btnLoopPlay,
+                                                      u.cmdSlowPlay, u.lblF6, u.lblF7, u.lblF8,
+                                                      u.lblMMCtrl, u.fraCurrPosition, u.loopPoints})
         w->setVisible(!gvInSlowPlay);
     for (QWidget* w : std::initializer_list<QWidget*>{u.cmdGraphic, u.cmdPrevView,
-                                                       u.fraPitchControl, u.fraSlowdown,
-                                                       u.lblTrans, u.lblTransformations,
-                                                       u.slowControl})
+                                                      u.fraPitchControl, u.fraSlowdown, u.lblTrans,
+                                                      u.lblTransformations, u.slowControl})
         w->setVisible(gvInSlowPlay);
     u.lblTrackComments->setVisible(cdView);
     setPanelVisible(QStringLiteral("pnlCDlength"), cdView && !gvInSlowPlay);
@@ -468,7 +475,9 @@ void frmMain::changeEvent(QEvent* event) {
         fs::trap(kModule, "Sub Form_Resize", [this] { Form_Resize(); });
 }
 
-void frmMain::resizeEvent(QResizeEvent* event) { QMainWindow::resizeEvent(event); }
+void frmMain::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+}
 
 void frmMain::Form_Resize() {
     FS_PROC(kModule, "Sub Form_Resize");
@@ -622,11 +631,20 @@ void frmMain::mnuWeb_Click(int Index) {
     FS_PROC(kModule, "Sub mnuWeb_Click", FS_ARG(Index));
     QString page;
     switch (Index) {
-    case 2: page = QStringLiteral("update"); break;
-    case 3: break;
-    case 4: page = QStringLiteral("subscribe"); break;
-    case 5: page = QStringLiteral("faq"); break;
-    default: return;
+    case 2:
+        page = QStringLiteral("update");
+        break;
+    case 3:
+        break;
+    case 4:
+        page = QStringLiteral("subscribe");
+        break;
+    case 5:
+        page = QStringLiteral("faq");
+        break;
+    default:
+        return;
     }
-    QDesktopServices::openUrl(QUrl(page.isEmpty() ? kWebBase : kWebBase + page + u".htm"));
+    QDesktopServices::openUrl(
+        QUrl(page.isEmpty() ? kWebBase : kWebBase + page + QStringLiteral(".htm")));
 }

@@ -7,31 +7,50 @@ ErrObject Err;
 
 QString standardErrorText(int number) {
     switch (number) {
-    case 3: return QStringLiteral("Return without GoSub");
-    case 5: return QStringLiteral("Invalid procedure call or argument");
-    case 6: return QStringLiteral("Overflow");
-    case 7: return QStringLiteral("Out of memory");
-    case 9: return QStringLiteral("Subscript out of range");
-    case 11: return QStringLiteral("Division by zero");
-    case 13: return QStringLiteral("Type mismatch");
-    case 51: return QStringLiteral("Internal error");
-    case 52: return QStringLiteral("Bad file name or number");
-    case 53: return QStringLiteral("File not found");
-    case 54: return QStringLiteral("Bad file mode");
-    case 61: return QStringLiteral("Disk full");
-    case 70: return QStringLiteral("Permission denied");
-    case 75: return QStringLiteral("Path/File access error");
-    case 76: return QStringLiteral("Path not found");
-    case 91: return QStringLiteral("Object variable or With block variable not set");
-    case 380: return QStringLiteral("Invalid property value");
-    case 3021: return QStringLiteral("No current record.");
-    default: return QStringLiteral("Application-defined or object-defined error");
+    case 3:
+        return QStringLiteral("Return without GoSub");
+    case 5:
+        return QStringLiteral("Invalid procedure call or argument");
+    case 6:
+        return QStringLiteral("Overflow");
+    case 7:
+        return QStringLiteral("Out of memory");
+    case 9:
+        return QStringLiteral("Subscript out of range");
+    case 11:
+        return QStringLiteral("Division by zero");
+    case 13:
+        return QStringLiteral("Type mismatch");
+    case 51:
+        return QStringLiteral("Internal error");
+    case 52:
+        return QStringLiteral("Bad file name or number");
+    case 53:
+        return QStringLiteral("File not found");
+    case 54:
+        return QStringLiteral("Bad file mode");
+    case 61:
+        return QStringLiteral("Disk full");
+    case 70:
+        return QStringLiteral("Permission denied");
+    case 75:
+        return QStringLiteral("Path/File access error");
+    case 76:
+        return QStringLiteral("Path not found");
+    case 91:
+        return QStringLiteral("Object variable or With block variable not set");
+    case 380:
+        return QStringLiteral("Invalid property value");
+    case 3021:
+        return QStringLiteral("No current record.");
+    default:
+        return QStringLiteral("Application-defined or object-defined error");
     }
 }
 
 AppError::AppError(int number_, QString description_, QString source_, int helpContext_)
-    : number(number_), description(description_.isEmpty() ? standardErrorText(number_)
-                                                           : std::move(description_)),
+    : number(number_),
+      description(description_.isEmpty() ? standardErrorText(number_) : std::move(description_)),
       source(source_.isEmpty() ? QStringLiteral("Cantavox") : std::move(source_)),
       helpContext(helpContext_) {}
 

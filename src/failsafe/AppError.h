@@ -59,7 +59,7 @@ struct ErrObject {
     QString Description;
     QString Source;
     int HelpContext = 0;
-    int Line = 0;          // 0: line numbers are not used
+    int Line = 0; // 0: line numbers are not used
     qint64 CodePointer = 0;
 
     void clear() { *this = ErrObject{}; }

@@ -2,9 +2,11 @@
 
 #include "failsafe/AppError.h"
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <charconv>
 #include <exception>
 #include <functional>
 #include <type_traits>
@@ -29,8 +31,35 @@ extern bool fsStarted;
 extern bool fsInError;
 extern long fsCallDepth;
 
+// The answer of the error dialog, what the user typed in it, and how many errors this run
+// has handled.
+extern int fsAction;
+extern QString fsUserSaid;
+extern long fsErrorCount;
+
+// The deepest level the stack records; calls below it are counted but not recorded.
+constexpr long fsMaxDepth = 1000;
+
+// One error in progress, as fsERROR took it apart. A description holding "!" is an error
+// handed over by a server, in fields "text!source!procedure!module!line!code pointer";
+// missing fields read "<unknown>".
+struct FsErrorSlot {
+    int number = 0;
+    QString text;
+    QString source; // with " (local)" or " (remote)" behind it
+    QString rawSource;
+    int errClass = 0;
+    QString procedure;
+    QString module;
+    int line = 0; // 0: not known
+    qint64 codePointer = 0;
+    int helpContext = 0;
+    bool remote = false;
+};
+
 void fsSTART();
 void fsPUSH(const char* ModuleFile, const char* ProcName, const QString& ArgText);
+// ArgText is not used: the return line shows the entry as it was pushed.
 void fsPOP(const char* ModuleFile, const char* ProcName, const QString& ArgText);
 // Reads the error object Err; shows the dialog (unless "Silent Run"), writes the logs and
 // returns the action.
@@ -42,6 +71,31 @@ QString fsText(int number);
 // The running procedures, top of the stack last, as the error dialog and the logs show them.
 QStringList fsCallStackLines();
 
+// The error fsERROR handles now, or handled last.
+FsErrorSlot fsCurrentError();
+// The call tree of that error, outermost level first: one line per level, procedure,
+// module and arguments, marked " : Call", " : Code", " : Trap" or " : Error".
+QStringList fsCallTree();
+
+// The system state report of the error being handled, made on first use (and at once when
+// "Force System Info" is set); it is made anew for each error.
+QString fsSystemReport();
+bool fsSystemReportMade();
+
+// The log file of "Capture To Disk" and "Write To Disk" (read by fsSTART).
+QString fsLogFileName();
+
+// Memory figures of the machine, from /proc/meminfo: load in percent (100 - available *
+// 100 / total) and available and total physical memory in bytes. ok is false when they
+// can't be read.
+struct FsMemoryStatus {
+    bool ok = false;
+    int load = 0;
+    qint64 availPhys = 0;
+    qint64 totalPhys = 0;
+};
+FsMemoryStatus fsMemoryStatus();
+
 // Resets every piece of module state, so that a test (or a restart of the trace after
 // FSCLIENT.INI changed) starts from nothing. Not used by the program itself.
 void fsReset();
@@ -49,19 +103,52 @@ void fsReset();
 namespace fs {
 
 // "(name=value, ...)": numbers and strings as text, Booleans as True/False.
-inline void appendArgValue(QString& out, const QString& v) { out += v; }
-inline void appendArgValue(QString& out, const char* v) { out += QLatin1StringView(v); }
+inline void appendArgValue(QString& out, const QString& v) {
+    out += v;
+}
+inline void appendArgValue(QString& out, const char* v) {
+    out += QLatin1StringView(v);
+}
 inline void appendArgValue(QString& out, bool v) {
     out += v ? QLatin1StringView("True") : QLatin1StringView("False");
 }
 void appendArgValue(QString& out, const QVariant& v);
+inline void appendArgValue(QString& out, QStringView v) {
+    out += v;
+}
+inline void appendArgValue(QString& out, QChar v) {
+    out += v;
+}
+inline void appendArgValue(QString& out, const QByteArray& v) {
+    out += QString::fromUtf8(v);
+}
 template <class T>
-    requires(std::is_arithmetic_v<T> && !std::is_same_v<T, bool>)
-inline void appendArgValue(QString& out, T v) {
-    out += QString::number(v);
+concept ArgNumber = std::is_arithmetic_v<T> && !std::is_same_v<T, bool>;
+template <class T>
+concept ArgEnum = std::is_enum_v<T>;
+
+// Numbers print in the C locale, so the decimal sign is always ".". The digits are made
+// on the stack: the head of every procedure builds this text.
+template <ArgNumber T> inline void appendArgValue(QString& out, T v) {
+    char buf[40];
+    std::to_chars_result r;
+    if constexpr (std::is_floating_point_v<T>)
+        r = std::to_chars(buf, buf + sizeof buf, static_cast<double>(v), std::chars_format::general,
+                          std::is_same_v<T, float> ? 7 : 15);
+    else if constexpr (std::is_same_v<T, char> || std::is_same_v<T, signed char> ||
+                       std::is_same_v<T, unsigned char>)
+        r = std::to_chars(buf, buf + sizeof buf, static_cast<int>(v));
+    else
+        r = std::to_chars(buf, buf + sizeof buf, v);
+    out += QLatin1StringView(buf, r.ptr - buf);
+}
+template <ArgEnum T> inline void appendArgValue(QString& out, T v) {
+    appendArgValue(out, static_cast<std::underlying_type_t<T>>(v));
 }
 // Objects and pointers are not printed.
-template <class T> inline void appendArgValue(QString& out, T* const&) { out += u"<object>"; }
+template <class T> inline void appendArgValue(QString& out, T* const&) {
+    out += u"<object>";
+}
 
 inline void appendArgs(QString&, bool) {}
 template <class V, class... Rest>
@@ -86,6 +173,14 @@ template <class... Args> QString argText(Args&&... args) {
 // Called by a frame whose procedure is being left by an exception: the first such frame
 // keeps a copy of the call stack so that the trap can show where the error arose.
 void noteUnwinding();
+// Runs f as a call of the trap's own (the error dialog asking a message box, making the
+// report): traced procedures that f calls are not held back by the wait for the dialog's
+// answer, while events of loops that f starts still are.
+void runUnheld(const std::function<void()>& f);
+
+// Called where a run-time error is caught and dealt with, so that the next error takes a
+// fresh copy of the call stack.
+void noteHandled();
 
 // RAII trace frame: fsPUSH at construction, fsPOP on every exit path.
 template <class ArgFn> class Frame {
@@ -101,7 +196,9 @@ public:
             return;
         if (std::uncaught_exceptions() > m_uncaught)
             noteUnwinding();
-        fsPOP(m_module, m_proc, m_args());
+        // The return line shows the entry as it was pushed, so the tail has no use for a
+        // fresh argument text: not building it halves the cost of a traced call.
+        fsPOP(m_module, m_proc, QString());
     }
     Frame(const Frame&) = delete;
     Frame& operator=(const Frame&) = delete;
@@ -121,10 +218,16 @@ template <class F> void trap(const char* module, const char* proc, F&& body) {
 }
 
 // A slot that runs its handler under a trap: connect(..., fs::trapped("main form",
-// "Sub cmdX_Click", [this] { cmdX_Click(); })).
+// "Sub cmdX_Click", [this] { cmdX_Click(); })). A handler that takes fewer arguments than
+// the signal gives is called without them.
 template <class F> auto trapped(const char* module, const char* proc, F f) {
     return [module, proc, f](auto&&... args) {
-        trap(module, proc, [&] { f(std::forward<decltype(args)>(args)...); });
+        trap(module, proc, [&] {
+            if constexpr (std::is_invocable_v<const F&, decltype(args)...>)
+                f(std::forward<decltype(args)>(args)...);
+            else
+                f();
+        });
     };
 }
 
@@ -135,6 +238,7 @@ template <class F> void ignoreErrors(F&& statement) {
         statement();
     } catch (const AppError& e) {
         Err.set(e);
+        noteHandled();
     }
 }
 
@@ -142,5 +246,5 @@ template <class F> void ignoreErrors(F&& statement) {
 
 #define FS_ARG(x) #x, x
 // One line at the top of every procedure: FS_PROC("main form", "Sub playLoop", FS_ARG(a)).
-#define FS_PROC(module, proc, ...)                                                             \
+#define FS_PROC(module, proc, ...)                                                                 \
     ::fs::Frame fsFrame_(module, proc, [&]() { return ::fs::argText(__VA_ARGS__); })

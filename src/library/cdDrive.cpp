@@ -3,7 +3,9 @@
 #include "failsafe/modFailSafe.h"
 
 // Placeholder: the CD drive discovery asks the drive whether another program holds it.
-void checkForCDOwnership() { FS_PROC("cdDrive", "Sub checkForCDOwnership"); }
+void checkForCDOwnership() {
+    FS_PROC("cdDrive", "Sub checkForCDOwnership");
+}
 
 // Placeholder: the CD drive discovery counts the drives libcdio finds.
 qint16 driveCount() {
@@ -12,4 +14,6 @@ qint16 driveCount() {
 }
 
 // Placeholder: the CD drive discovery chooses the drive on the first run.
-void setCDdrive() { FS_PROC("cdDrive", "Sub setCDdrive"); }
+void setCDdrive() {
+    FS_PROC("cdDrive", "Sub setCDdrive");
+}

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtGlobal>
+
 // Finding the drive that plays audio CDs, at start-up.
 //
 // Thread: UI thread only.

@@ -11,7 +11,9 @@ const QString kAudioCd = QStringLiteral("x-content/audio-cdda");
 const QStringList kLists = {QStringLiteral("start-app"), QStringLiteral("open-folder"),
                             QStringLiteral("ignore")};
 
-QString listKey(const QString& word) { return QStringLiteral("autorun-x-content-") + word; }
+QString listKey(const QString& word) {
+    return QStringLiteral("autorun-x-content-") + word;
+}
 
 bool runGsettings(const QStringList& args, QString* out) {
     const QString tool = QStandardPaths::findExecutable(QStringLiteral("gsettings"));
@@ -77,8 +79,8 @@ DesktopAutoplay::Result DesktopAutoplay::readAudioCdAction(QString& action) {
 DesktopAutoplay::Result DesktopAutoplay::writeAudioCdAction(const QString& actionIn) {
     if (!available())
         return Result::NoDesktopSetting;
-    const QString action = actionIn.trimmed().isEmpty() ? QStringLiteral("ignore")
-                                                        : actionIn.trimmed().toLower();
+    const QString action =
+        actionIn.trimmed().isEmpty() ? QStringLiteral("ignore") : actionIn.trimmed().toLower();
     for (const QString& word : kLists) {
         QString text;
         QStringList items;

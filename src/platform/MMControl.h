@@ -28,7 +28,12 @@ public:
         ModePaused = 529,
         ModeOpen = 530
     };
-    enum NotifyCode { NotifySuccessful = 1, NotifySuperseded = 2, NotifyAborted = 4, NotifyFailure = 8 };
+    enum NotifyCode {
+        NotifySuccessful = 1,
+        NotifySuperseded = 2,
+        NotifyAborted = 4,
+        NotifyFailure = 8
+    };
     enum TimeFormatCode { TimeFormatMs = 0, TimeFormatTmsf = 10 };
 
     explicit MMControl(QWidget* parent = nullptr);
@@ -79,6 +84,10 @@ public:
     void setDevice(MediaDevice* device);
     MediaDevice* device() const { return m_device; }
 
+    // The strip's buttons, in the order Prev, Next, Play, Pause, Back, Step, Stop, Record,
+    // Eject (0 to 8).
+    QToolButton* button(int index) const;
+
 signals:
     void StatusUpdate();
     void Done(int NotifyCode);
@@ -109,6 +118,7 @@ private:
     QString m_lastCommand;
     bool m_wait = false;
     bool m_notify = false;
+    bool m_notifyPending = false;
     qint32 m_from = 0;
     qint32 m_to = 0;
     bool m_fromSet = false;

@@ -14,4 +14,6 @@ void cleanupASPI() {
 }
 
 // Placeholder: digital extraction sets up the reader and the recording mode here.
-void CDandRecordingSetup() { FS_PROC("digitalAudio", "Sub CDandRecordingSetup"); }
+void CDandRecordingSetup() {
+    FS_PROC("digitalAudio", "Sub CDandRecordingSetup");
+}

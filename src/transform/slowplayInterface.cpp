@@ -26,7 +26,9 @@ void MFPlayFileCleanUp() {
     g_initialised = false;
 }
 
-void stopDLL() { FS_PROC("slowplay interface", "Sub stopDLL"); }
+void stopDLL() {
+    FS_PROC("slowplay interface", "Sub stopDLL");
+}
 
 void slowPlayCallBack(int jobResult) {
     FS_PROC("slowplay interface", "Sub slowPlayCallBack", FS_ARG(jobResult));

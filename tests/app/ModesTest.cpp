@@ -14,7 +14,9 @@
 #include <gtest/gtest.h>
 
 namespace {
-bool shown(const QWidget* w) { return !w->isHidden(); }
+bool shown(const QWidget* w) {
+    return !w->isHidden();
+}
 
 class Modes : public ::testing::Test {
 protected:
@@ -35,10 +37,9 @@ protected:
                  u->cmdStartNewLoop, u->btnLoopPlay, u->cmdSlowPlay, u->lblF6, u->lblF7, u->lblF8,
                  u->lblMMCtrl, u->fraCurrPosition, u->loopPoints})
             EXPECT_EQ(shown(w), !slow) << w->objectName().toStdString();
-        for (QWidget* w : std::initializer_list<QWidget*>{u->cmdGraphic, u->cmdPrevView,
-                                                           u->fraPitchControl, u->fraSlowdown,
-                                                           u->lblTrans, u->lblTransformations,
-                                                           u->slowControl})
+        for (QWidget* w : std::initializer_list<QWidget*>{
+                 u->cmdGraphic, u->cmdPrevView, u->fraPitchControl, u->fraSlowdown, u->lblTrans,
+                 u->lblTransformations, u->slowControl})
             EXPECT_EQ(shown(w), slow) << w->objectName().toStdString();
         EXPECT_EQ(shown(u->lblTrackComments), cdView);
         EXPECT_EQ(shown(u->tgTracks), cdView && !slow);
@@ -56,7 +57,9 @@ protected:
 };
 } // namespace
 
-TEST_F(Modes, CdModeAfterStartShowsTheDiscControls) { expectTable(true, false, 1); }
+TEST_F(Modes, CdModeAfterStartShowsTheDiscControls) {
+    expectTable(true, false, 1);
+}
 
 TEST_F(Modes, SlowPlayAndBackFollowTheTableAndKeepTheWayBack) {
     u->slSlowPct_0->setValue(0);

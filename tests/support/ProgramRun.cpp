@@ -36,7 +36,9 @@ ProgramRun::~ProgramRun() {
     playState = nullptr;
 }
 
-void ProgramRun::start() { Main(); }
+void ProgramRun::start() {
+    Main();
+}
 
 bool ProgramRun::waitUntilRunning(int timeoutMs) {
     QElapsedTimer t;
@@ -49,7 +51,9 @@ bool ProgramRun::waitUntilRunning(int timeoutMs) {
     return false;
 }
 
-frmMain* ProgramRun::main() const { return frmMain::instance(); }
+frmMain* ProgramRun::main() const {
+    return frmMain::instance();
+}
 
 void ProgramRun::settle() {
     for (int i = 0; i < 3; ++i) {

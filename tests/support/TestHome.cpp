@@ -4,4 +4,6 @@ TestHome::TestHome() : m_previous(qgetenv("CANTAVOX_HOME")) {
     qputenv("CANTAVOX_HOME", m_dir.path().toUtf8());
 }
 
-TestHome::~TestHome() { qputenv("CANTAVOX_HOME", m_previous); }
+TestHome::~TestHome() {
+    qputenv("CANTAVOX_HOME", m_previous);
+}

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QTemporaryDir>
 #include <QString>
+#include <QTemporaryDir>
 
 // Gives one test a fresh, empty program directory and puts the previous one back after.
 class TestHome {

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+#include <functional>
+
+class QWidget;
+
+// The busy messages, the yes/no question and the small window helpers the whole program
+// uses.
+//
+// Thread: UI thread only.
+
+// A box that stays on top and can't be answered; "off" (exact case) takes it away.
+void Message(const QString& theString, const QString& newCaption = {});
+// A box with a Cancel button that knows what it cancels (source "ACD", "MF", ...); "off"
+// takes it away and enables the main window again.
+void Message2(const QString& theString, const QString& theSource = {});
+bool confirm(const QString& msg);
+void centerform(QWidget* frm);
+// Waits nSecond seconds while the event loop goes on.
+void Pause(float nSecond);
+// The clock Pause reads, seconds since midnight; tests replace it to cross midnight.
+void setPauseClock(std::function<double()> clock);

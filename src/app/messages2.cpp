@@ -1,0 +1,105 @@
+#include "app/messages2.h"
+#include "ui_messages2.h"
+
+#include "app/Forms.h"
+#include "app/Messages.h"
+#include "app/frmMain.h"
+#include "app/globals.h"
+#include "failsafe/modFailSafe.h"
+#include "transform/slowplayInterface.h"
+
+#include <QCloseEvent>
+#include <QGuiApplication>
+
+namespace {
+const char* const kModule = "messages2";
+}
+
+messages2::messages2(QWidget* parent)
+    : QWidget(parent, Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint),
+      m_ui(std::make_unique<Ui::messages2>()) {
+    m_ui->setupUi(this);
+    setObjectName(QStringLiteral("messages2"));
+    // The text of lblNoInterrupt belongs to the design only: the box always offers Cancel.
+    m_ui->lblNoInterrupt->hide();
+    m_ui->btnCancel->show();
+    connect(m_ui->btnCancel, &QPushButton::clicked, this,
+            fs::trapped(kModule, "Sub btnCancel_Click", [this] { btnCancel_Click(); }));
+    Form_Load();
+}
+
+messages2::~messages2() = default;
+
+void messages2::Form_Load() {
+    FS_PROC(kModule, "Sub Form_Load");
+    if (frmMain* main = frmMain::instance())
+        main->setEnabled(false);
+    // The user must be able to reach Cancel.
+    while (QGuiApplication::overrideCursor())
+        QGuiApplication::restoreOverrideCursor();
+}
+
+void messages2::Form_Unload() {
+    FS_PROC(kModule, "Sub Form_Unload");
+    if (frmMain* main = frmMain::instance())
+        main->setEnabled(true);
+    if (QWidget* graph = findLoadedForm(QStringLiteral("frmScrollTime")))
+        graph->raise();
+}
+
+void messages2::setText(const QString& text) {
+    m_ui->Label1->setText(text);
+    adjustSize();
+}
+
+QString messages2::text() const {
+    return m_ui->Label1->text();
+}
+
+void messages2::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    centerform(this);
+}
+
+void messages2::closeEvent(QCloseEvent* event) {
+    if (!property("cantavoxUnloaded").toBool()) {
+        // The window's own close box means Cancel.
+        event->ignore();
+        fs::trap(kModule, "Sub btnCancel_Click", [this] { btnCancel_Click(); });
+        return;
+    }
+    event->accept();
+    if (!m_unloaded) {
+        m_unloaded = true;
+        fs::trap(kModule, "Sub Form_Unload", [this] { Form_Unload(); });
+    }
+}
+
+void messages2::btnCancel_Click() {
+    FS_PROC(kModule, "Sub btnCancel_Click");
+    if (m_source == u"ACD") {
+        if (!confirm(
+                QStringLiteral("Due to the non-standard nature of computer-to-CD-ROM digital audio "
+                               "interfaces, "
+                               "after cancelling this operation, your computer may have to be "
+                               "restarted before "
+                               "digital recording will work again.") +
+                QStringLiteral("\n\n") +
+                QStringLiteral("Click Yes to end the operation now; click No to continue waiting "
+                               "for the operation to complete.")))
+            return;
+        // Placeholder: the digital extraction work aborts the reader here when it is usable.
+        frmMain* main = frmMain::instance();
+        if (main)
+            main->setEnabled(true);
+        gvInSlowPlay = false;
+        if (main)
+            main->changeToMode(QStringLiteral("CD"));
+        unloadForm(this);
+    } else if (m_source == u"MF") {
+        stopDLL();
+        unloadForm(this);
+    } else {
+        unloadForm(this);
+    }
+}
