@@ -2,6 +2,7 @@
 #include "ProgramRun.h"
 #include "TestHome.h"
 
+#include "app/Forms.h"
 #include "app/Prompts.h"
 #include "app/frmMain.h"
 #include "app/globals.h"
@@ -57,8 +58,14 @@ protected:
 };
 } // namespace
 
-TEST_F(Modes, CdModeAfterStartShowsTheDiscControls) {
+TEST_F(Modes, CdModeShowsTheDiscControls) {
+    // After start the empty drive has hidden the disc's panels; a change into "CD" applies
+    // the table of the mode itself.
+    m->changeToMode(QStringLiteral("CD"));
     expectTable(true, false, 1);
+    EXPECT_EQ(m->currentMMControl, u->CDControl);
+    EXPECT_FALSE(u->CDControl->isHidden());
+    EXPECT_TRUE(u->WaveControl->isHidden());
 }
 
 TEST_F(Modes, SlowPlayAndBackFollowTheTableAndKeepTheWayBack) {

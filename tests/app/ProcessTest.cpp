@@ -22,6 +22,7 @@ struct Child {
         env.insert(QStringLiteral("CANTAVOX_PROMPTS"), QStringLiteral("script"));
         process.setProcessEnvironment(env);
         process.start(QStringLiteral(CANTAVOX_BINARY), {});
+        process.waitForStarted(10000);
     }
     // The trace's capture file tells when the after-load timer has finished.
     bool waitUntilRunning(int timeoutMs = 15000) {

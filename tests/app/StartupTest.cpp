@@ -40,7 +40,7 @@ void captureTrace(const TestHome& home) {
 int callsOf(const QString& log, const QString& proc) {
     int n = 0;
     for (const QString& line : log.split(u'\n')) {
-        if (line.contains(u"] ->") && line.contains(proc + u" :"))
+        if (line.contains(u"] ->") && line.contains(proc + QStringLiteral(" :")))
             ++n;
     }
     return n;
