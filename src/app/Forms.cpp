@@ -1,5 +1,7 @@
 #include "app/Forms.h"
 
+#include "failsafe/modFailSafe.h"
+
 namespace {
 const char* const kUnloaded = "cantavoxUnloaded";
 const char* const kForm = "cantavoxForm";
