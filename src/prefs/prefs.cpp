@@ -22,6 +22,13 @@ QString storedOrDefault(const QString& prefName, const QVariant& defaultVal) {
     return v.toString();
 }
 
+// A failed write isn't reported: the variable already holds the new value.
+void storePref(const QString& prefName, const QVariant& value) {
+    Preference pref;
+    pref.setPreferenceName(prefName);
+    pref.setValue(value);
+}
+
 bool isNumericText(const QString& text, double& value) {
     QString t = text.trimmed();
     if (t.isEmpty())
@@ -117,41 +124,31 @@ void readPref(const QString& prefName, double& targetVariable, const QVariant& d
 void writePref(const QString& prefName, QString& sourceVariable, const QVariant& newVal) {
     FS_PROC(kModule, "Sub writePref", FS_ARG(prefName), FS_ARG(newVal));
     sourceVariable = newVal.toString();
-    Preference pref;
-    pref.setPreferenceName(prefName);
-    pref.setValue(sourceVariable);
+    storePref(prefName, sourceVariable);
 }
 
 void writePref(const QString& prefName, bool& sourceVariable, const QVariant& newVal) {
     FS_PROC(kModule, "Sub writePref", FS_ARG(prefName), FS_ARG(newVal));
     sourceVariable = vbCBool(newVal);
-    Preference pref;
-    pref.setPreferenceName(prefName);
-    pref.setValue(sourceVariable);
+    storePref(prefName, sourceVariable);
 }
 
 void writePref(const QString& prefName, qint16& sourceVariable, const QVariant& newVal) {
     FS_PROC(kModule, "Sub writePref", FS_ARG(prefName), FS_ARG(newVal));
     sourceVariable = checkedInt16(vbVal(newVal.toString()));
-    Preference pref;
-    pref.setPreferenceName(prefName);
-    pref.setValue(QString::number(sourceVariable));
+    storePref(prefName, QString::number(sourceVariable));
 }
 
 void writePref(const QString& prefName, qint32& sourceVariable, const QVariant& newVal) {
     FS_PROC(kModule, "Sub writePref", FS_ARG(prefName), FS_ARG(newVal));
     sourceVariable = checkedInt32(vbVal(newVal.toString()));
-    Preference pref;
-    pref.setPreferenceName(prefName);
-    pref.setValue(QString::number(sourceVariable));
+    storePref(prefName, QString::number(sourceVariable));
 }
 
 void writePref(const QString& prefName, double& sourceVariable, const QVariant& newVal) {
     FS_PROC(kModule, "Sub writePref", FS_ARG(prefName), FS_ARG(newVal));
     sourceVariable = vbVal(newVal.toString());
-    Preference pref;
-    pref.setPreferenceName(prefName);
-    pref.setValue(sourceVariable);
+    storePref(prefName, sourceVariable);
 }
 
 void getRecordingSubPrefs() {
