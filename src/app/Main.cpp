@@ -29,9 +29,12 @@ const QString kFirstRunMarker = QStringLiteral(".installed");
 
 bool g_processEnded = false;
 int g_exitStatus = 0;
+int g_requestedStatus = 0;
 std::function<void(int)> g_endProcess;
 
 void endProcess(int status) {
+    if (g_requestedStatus != 0)
+        status = g_requestedStatus;
     g_processEnded = true;
     g_exitStatus = status;
     if (g_endProcess)
@@ -71,7 +74,10 @@ void setEndProcessHandler(std::function<void(int)> handler) {
 void resetProcessState() {
     g_processEnded = false;
     g_exitStatus = 0;
+    g_requestedStatus = 0;
 }
+
+void requestExitStatus(int status) { g_requestedStatus = status; }
 
 void Main() {
     FS_PROC(kModule, "Sub Main");

@@ -16,6 +16,9 @@ void closeAllForms();
 // Takes the desktop's audio-CD autoplay away (false) or gives it back (true).
 void autoplay(bool restore);
 
+// The status the process will end with when exitProgram ends it (0 unless a fault asked
+// for another).
+void requestExitStatus(int status);
 // Whether exitProgram has ended the process, and with which status.
 bool processEnded();
 int processExitStatus();

@@ -11,6 +11,9 @@
 #include "app/globals.h"
 #include "app/stateVariable.h"
 #include "failsafe/modFailSafe.h"
+#include "library/LibraryDatabase.h"
+#include "library/Recordset.h"
+#include "library/RecordsetModel.h"
 #include "library/cdDrive.h"
 #include "library/dbUpgrade.h"
 #include "platform/MMControl.h"
@@ -25,9 +28,11 @@
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QHeaderView>
 #include <QLabel>
 #include <QScreen>
 #include <QStatusBar>
+#include <QTableView>
 #include <QUrl>
 
 namespace {
@@ -75,6 +80,14 @@ frmMain::frmMain() : m_ui(std::make_unique<Ui::frmMain>()) {
     m_ui->splGrids->setStretchFactor(1, 2);
     buildStatusBar();
     connectMenus();
+
+    CDs = new Recordset(this);
+    dtaTracks = new Recordset(this);
+    dtaLoopPoints = new Recordset(this);
+    WAVs = new Recordset(this);
+    for (auto [rs, name] : {std::pair{CDs, "CDs"}, std::pair{dtaTracks, "dtaTracks"},
+                            std::pair{dtaLoopPoints, "dtaLoopPoints"}, std::pair{WAVs, "WAVs"}})
+        rs->setObjectName(QString::fromLatin1(name));
 
     tmrAfterFormLoad.setSingleShot(true);
     connect(&tmrAfterFormLoad, &QTimer::timeout, this, [this] { tmrAfterFormLoad_Timer(); });
@@ -180,11 +193,29 @@ void frmMain::Form_Load() {
     autoplay(false);
     CDandRecordingSetup();
     {
+        // A library made now from the shipped layout still needs its field upgrade.
+        bool created = false;
+        QString problem;
+        if (!library::createLibraryIfMissing(library::libraryPath(), created, problem)) {
+            Prompts::msgBox(problem, vb::vbCritical);
+            requestExitStatus(4);
+            exitProgram(false);
+            return;
+        }
+        if (created) {
+            Preference version;
+            version.setPreferenceName(QStringLiteral("dbVersion"));
+            version.setValue(QStringLiteral("6"));
+        }
+    }
+    {
         Preference pref;
         pref.setPreferenceName(QStringLiteral("dbVersion"));
         // A missing value ("N/A") reads as 0 through the numeric value of the text.
         if (vbVal(pref.Value().toString()) < 7) {
             AppendNewFields();
+            if (processEnded())
+                return;
             pref.setValue(QStringLiteral("7"));
         }
     }
@@ -197,7 +228,8 @@ void frmMain::Form_Load() {
         setWindowState(windowState() | Qt::WindowMaximized);
     } else
         centerform(this);
-    // Placeholder: the library store points the four data controls at appDir()/cantavox.db.
+    if (!openLibrary())
+        return;
     getMRUs();
     getPrefs();
     gvDriveCount = driveCount();
@@ -207,6 +239,77 @@ void frmMain::Form_Load() {
     tmrAfterFormLoad.start();
     formLoaded = true;
     setEnabled(true);
+}
+
+bool frmMain::openLibrary() {
+    FS_PROC(kModule, "Function openLibrary");
+    const QString path = library::libraryPath();
+    dtaLoopPoints->setDatabaseName(path);
+    for (Recordset* rs : {CDs, dtaTracks, WAVs})
+        rs->setDatabaseName(dtaLoopPoints->DatabaseName());
+    QString problem;
+    if (!library::openConnection(QString::fromLatin1(library::kMainConnection), path, problem)) {
+        Prompts::msgBox(QStringLiteral("Please inform the programmer that file ") + appDir() +
+                            QStringLiteral("/cantavox.db failed to open.") +
+                            QStringLiteral(" Error is ") + problem,
+                        vb::vbCritical);
+        requestExitStatus(4);
+        exitProgram(false);
+        return false;
+    }
+    CDs->setRecordSource(QStringLiteral("SELECT * FROM CDs"));
+    CDs->Refresh();
+    WAVs->setRecordSource(QStringLiteral("SELECT * FROM \"Wave Files\""));
+    WAVs->Refresh();
+    tracksModel = new RecordsetModel(dtaTracks,
+                                     {{QStringLiteral("TrackNum"), QStringLiteral("#"), false},
+                                      {QStringLiteral("TrackName"), QStringLiteral("Track Name")},
+                                      {QStringLiteral("Rating"), QStringLiteral("Rating")}},
+                                     this);
+    loopsModel = new RecordsetModel(dtaLoopPoints,
+                                    {{QStringLiteral("TrackNum"), QStringLiteral("Trk"), false},
+                                     {QStringLiteral("Comment"), QStringLiteral("Label/Comment")},
+                                     {QStringLiteral("Chords"), QStringLiteral("Chords")},
+                                     {QStringLiteral("Lyrics"), QStringLiteral("Lyrics")}},
+                                    this);
+    showDiscRows();
+    m_ui->tgTracks->setModel(tracksModel);
+    m_ui->loopPoints->setModel(loopsModel);
+    tracksModel->attach(m_ui->tgTracks->selectionModel());
+    loopsModel->attach(m_ui->loopPoints->selectionModel());
+    for (QTableView* grid : {m_ui->tgTracks, m_ui->loopPoints}) {
+        grid->verticalHeader()->hide();
+        grid->horizontalHeader()->setStretchLastSection(true);
+    }
+    m_ui->tgTracks->setColumnWidth(0, 40);
+    m_ui->loopPoints->setColumnWidth(0, 40);
+    m_ui->loopPoints->setColumnWidth(1, 220);
+    return true;
+}
+
+void frmMain::showDiscRows() {
+    FS_PROC(kModule, "Sub showDiscRows");
+    commitGridEdits();
+    const QVariant disc =
+        CDs->isEOF() || CDs->isBOF() ? QVariant(0) : CDs->field(QStringLiteral("CDid"));
+    dtaTracks->setRecordSource(
+        QStringLiteral("SELECT * FROM Tracks WHERE CDid = ? ORDER BY CDid, TrackNum"), {disc});
+    dtaTracks->Refresh();
+    dtaLoopPoints->setRecordSource(
+        QStringLiteral("SELECT * FROM LoopPoints WHERE CDid = ? ORDER BY startTime"), {disc});
+    dtaLoopPoints->Refresh();
+    if (tracksModel)
+        tracksModel->reload();
+    if (loopsModel)
+        loopsModel->reload();
+}
+
+void frmMain::commitGridEdits() {
+    FS_PROC(kModule, "Sub commitGridEdits");
+    if (tracksModel)
+        tracksModel->commitPendingRow();
+    if (loopsModel)
+        loopsModel->commitPendingRow();
 }
 
 void frmMain::initializeStateVariables() {
@@ -295,6 +398,9 @@ void frmMain::Form_Unload(bool& Cancel) {
         control->setCommand(QStringLiteral("close"));
     }
     autoplay(true);
+    // What the grids still hold is written, and the library closed with its log folded in.
+    fs::ignoreErrors([&] { commitGridEdits(); });
+    library::closeConnection(QString::fromLatin1(library::kMainConnection));
     // Placeholder: the loops work releases the loopPoints collection here.
     currentMMControl = nullptr;
     exitProgram(false);
@@ -596,7 +702,11 @@ void frmMain::checkCDPresent() {
     setPanelVisible(QStringLiteral("pnlCDlength"), false);
     hideCDfields();
     m_ui->CDTitle->setText(QStringLiteral("No CD In Drive"));
-    // Placeholder: disc identity moves to the required record (cdLen = 0) here.
+    if (CDs && !CDs->isEOF() && !CDs->isBOF() &&
+        CDs->field(QStringLiteral("cdLen")).toLongLong() != 0) {
+        CDs->FindFirst(QStringLiteral("cdLen = 0"));
+        showDiscRows();
+    }
 }
 
 // ---------------------------------------------------------------------------------------

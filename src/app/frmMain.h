@@ -9,6 +9,8 @@
 class MMControl;
 class QLabel;
 class QAction;
+class Recordset;
+class RecordsetModel;
 
 namespace Ui {
 class frmMain;
@@ -85,7 +87,21 @@ public:
     bool CDpresent();
     void hideCDfields();
 
+    // --- Library -------------------------------------------------------------------------
+    // Points the tracks and loops data controls at the current disc's rows.
+    void showDiscRows();
+    // Writes what the grids still hold for the row being edited.
+    void commitGridEdits();
+
     Ui::frmMain* ui() const { return m_ui.get(); }
+
+    // The data controls.
+    Recordset* CDs = nullptr;
+    Recordset* dtaTracks = nullptr;
+    Recordset* dtaLoopPoints = nullptr;
+    Recordset* WAVs = nullptr;
+    RecordsetModel* tracksModel = nullptr;
+    RecordsetModel* loopsModel = nullptr;
 
     // Form state.
     QPointer<MMControl> currentMMControl;
@@ -108,6 +124,7 @@ protected:
 
 private:
     void buildStatusBar();
+    bool openLibrary();
     void connectMenus();
     QString dialogDirectory;
     std::unique_ptr<Ui::frmMain> m_ui;
