@@ -77,7 +77,9 @@ void resetProcessState() {
     g_requestedStatus = 0;
 }
 
-void requestExitStatus(int status) { g_requestedStatus = status; }
+void requestExitStatus(int status) {
+    g_requestedStatus = status;
+}
 
 void Main() {
     FS_PROC(kModule, "Sub Main");

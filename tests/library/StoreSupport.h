@@ -1,0 +1,49 @@
+#pragma once
+
+#include "library/LibraryDatabase.h"
+
+#include <QMap>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QString>
+#include <QVariant>
+
+// Looks into a library file with a connection of its own, apart from the program's.
+class Inspect {
+public:
+    explicit Inspect(const QString& path) {
+        m_db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("inspect"));
+        m_db.setDatabaseName(path);
+        m_db.open();
+    }
+    ~Inspect() {
+        m_db.close();
+        m_db = QSqlDatabase();
+        QSqlDatabase::removeDatabase(QStringLiteral("inspect"));
+    }
+    // Field name -> kind code.
+    QMap<QString, int> fields(const QString& table) {
+        QMap<QString, int> out;
+        QSqlQuery q(m_db);
+        q.exec(QStringLiteral("PRAGMA table_info(\"%1\")").arg(table));
+        while (q.next())
+            out.insert(q.value(1).toString(), library::fieldTypeCode(q.value(2).toString()));
+        return out;
+    }
+    QVariant value(const QString& sql) {
+        QSqlQuery q(m_db);
+        if (!q.exec(sql) || !q.next())
+            return QStringLiteral("<no row>");
+        return q.value(0);
+    }
+    bool exec(const QString& sql) {
+        QSqlQuery q(m_db);
+        return q.exec(sql);
+    }
+    QString schema() {
+        return value(QStringLiteral("SELECT group_concat(sql, ';') FROM sqlite_master")).toString();
+    }
+
+private:
+    QSqlDatabase m_db;
+};
