@@ -8,8 +8,10 @@
 #include "prefs/Preference.h"
 #include "prefs/prefs.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSqlError>
 #include <QSqlQuery>
 
@@ -152,10 +154,25 @@ void handleOldMDB() {
     const QString oldPath = oldLibraryPath();
     const QString newPath = library::libraryPath();
     if (QFile::exists(oldPath)) {
-        QFile::remove(newPath);
-        QFile::remove(newPath + QStringLiteral("-wal"));
-        QFile::remove(newPath + QStringLiteral("-shm"));
-        QFile::copy(oldPath, newPath);
+        // The old library takes the new one's place; a library already here is set aside
+        // under a dated name rather than deleted, and only once the copy has succeeded.
+        const QString incoming = newPath + QStringLiteral(".old");
+        QFile::remove(incoming);
+        if (!QFile::copy(oldPath, incoming))
+            return;
+        if (QFile::exists(newPath)) {
+            const QString aside =
+                QFileInfo(newPath).absolutePath() + QStringLiteral("/cantavox-replaced-") +
+                QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss")) +
+                QStringLiteral(".db");
+            if (!QFile::rename(newPath, aside)) {
+                QFile::remove(incoming);
+                return;
+            }
+            QFile::rename(newPath + QStringLiteral("-wal"), aside + QStringLiteral("-wal"));
+            QFile::remove(newPath + QStringLiteral("-shm"));
+        }
+        QFile::rename(incoming, newPath);
         Preference version;
         version.setPreferenceName(QStringLiteral("dbVersion"));
         if (vbVal(version.Value().toString()) >= 7)

@@ -186,6 +186,14 @@ TEST(Library, OldLibraryIsAdoptedOnceAndUpgradedAgain) {
         EXPECT_EQ(db.value(QStringLiteral("SELECT Title FROM CDs WHERE CDid = 2")).toString(),
                   u"From the old installation");
     }
+    // The library that was there is set aside, not deleted.
+    const QStringList aside = QDir(appDir()).entryList({QStringLiteral("cantavox-replaced-*.db")});
+    ASSERT_EQ(aside.size(), 1);
+    {
+        Inspect kept(appDir() + u'/' + aside.first());
+        EXPECT_EQ(
+            kept.value(QStringLiteral("SELECT COUNT(*) FROM CDs WHERE Title = 'New'")).toInt(), 1);
+    }
     // Only once: a later change of the old file is not brought over again.
     {
         Inspect old(oldLibraryPath());
