@@ -1,20 +1,10 @@
 // Position texts and packed disc positions.
 #include "app/TimeFormats.h"
+#include "ErrorOf.h"
 #include "app/AppUtilities.h"
 #include "failsafe/AppError.h"
 
 #include <gtest/gtest.h>
-
-namespace {
-int errorOf(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const AppError& e) {
-        return e.number;
-    }
-    return 0;
-}
-} // namespace
 
 TEST(TimeFormats, PackedDiscPositionsReadTrackMinutesSecondsAndIgnoreFrames) {
     const qint32 packed = 3 + 2 * 256 + 5 * 65536;

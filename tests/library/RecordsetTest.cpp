@@ -1,4 +1,5 @@
 // The recordset operations the rest of the program relies on, on a real library file.
+#include "ErrorOf.h"
 #include "StoreSupport.h"
 #include "TestHome.h"
 
@@ -39,14 +40,6 @@ protected:
         rs.setField(QStringLiteral("startTime"), start);
         rs.setField(QStringLiteral("Comment"), comment);
         rs.Update();
-    }
-    int errorOf(const std::function<void()>& f) {
-        try {
-            f();
-        } catch (const AppError& e) {
-            return e.number;
-        }
-        return 0;
     }
     TestHome home;
 };

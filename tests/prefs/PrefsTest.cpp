@@ -1,4 +1,5 @@
 // Preferences through the real settings file: defaults, the "N/A" rule, conversions, faults.
+#include "ErrorOf.h"
 #include "TestHome.h"
 
 #include "app/AppPaths.h"
@@ -26,14 +27,6 @@ void writeFile(const QByteArray& content) {
     f.write(content);
 }
 
-int errorOf(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const AppError& e) {
-        return e.number;
-    }
-    return 0;
-}
 } // namespace
 
 TEST(Preferences, FirstReadStoresTheDefaultAndLaterReadsKeepTheStoredValue) {
