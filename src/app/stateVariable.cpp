@@ -22,6 +22,8 @@ void stateVariable::setState(const QVariant& value) {
     for (MMControl* control : {m_cdControl.data(), m_waveControl.data()}) {
         if (control)
             fs::ignoreErrors([&] { control->setAutoEnable(!armed); });
+        if (control)
+            control->setRepeatAhead(armed);
     }
     for (MMControl* control : {m_cdControl.data(), m_waveControl.data()}) {
         if (control)

@@ -2,6 +2,7 @@
 
 #include "failsafe/AppError.h"
 #include "platform/MediaDevice.h"
+#include "platform/WaveDevice.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
@@ -58,7 +59,15 @@ MMControl::~MMControl() = default;
 
 void MMControl::setDeviceType(const QString& type) {
     m_deviceType = type;
+    if (!m_device && type.compare(u"waveaudio", Qt::CaseInsensitive) == 0)
+        setDevice(new WaveDevice);
     refreshButtons();
+}
+
+void MMControl::setRepeatAhead(bool on) {
+    m_repeatAhead = on;
+    if (m_device)
+        m_device->setRepeatAhead(on);
 }
 
 void MMControl::setDevice(MediaDevice* device) {
@@ -68,6 +77,7 @@ void MMControl::setDevice(MediaDevice* device) {
     m_device = device;
     if (m_device) {
         m_device->setParent(this);
+        m_device->setRepeatAhead(m_repeatAhead);
         connect(m_device, &MediaDevice::playEnded, this, [this] {
             refreshButtons();
             if (m_notifyPending) {
@@ -192,11 +202,12 @@ void MMControl::setCommand(const QString& word) {
     m_notify = false;
     runCommand(word.trimmed().toLower());
     if (notify) {
-        const bool isPlay = word.trimmed().compare(u"play", Qt::CaseInsensitive) == 0;
+        const QString w = word.trimmed().toLower();
         if (m_error != 0)
             emit Done(NotifyFailure);
-        else if (isPlay && Mode() == ModePlaying)
-            m_notifyPending = true; // Done arrives with the end of play
+        else if ((w == u"play" && Mode() == ModePlaying) ||
+                 (w == u"record" && Mode() == ModeRecording))
+            m_notifyPending = true; // Done arrives with the end of play, or with its stop
         else
             emit Done(NotifySuccessful);
     }

@@ -78,9 +78,14 @@ public:
     void setAutoEnable(bool on);
     bool StopVisible() const { return m_stopVisible; }
     void setStopVisible(bool on);
+    // Set while a loop is armed: a natural end will be answered by the same play again, which
+    // the device then joins without a gap.
+    bool RepeatAhead() const { return m_repeatAhead; }
+    void setRepeatAhead(bool on);
 
     // The device behind the control; the control owns it. Without one the control answers
-    // as a device that is not open.
+    // as a device that is not open. Setting the device type "waveaudio" gives the control
+    // its wave device.
     void setDevice(MediaDevice* device);
     MediaDevice* device() const { return m_device; }
 
@@ -130,6 +135,7 @@ private:
     QString m_errorMessage;
     bool m_autoEnable = true;
     bool m_stopVisible = true;
+    bool m_repeatAhead = false;
     QTimer m_statusTimer;
     QToolButton* m_buttons[9] = {};
 };

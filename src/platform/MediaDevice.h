@@ -32,6 +32,9 @@ public:
     virtual Result record() { return notSupported(); }
     virtual Result save(const QString&) { return notSupported(); }
     virtual Result eject() { return notSupported(); }
+    // A loop is armed: the owner will answer a natural end by playing the same stretch again,
+    // so a device that can should carry on without a gap.
+    virtual void setRepeatAhead(bool) {}
 
     virtual bool isOpen() const = 0;
     // One of the control's mode codes (524 not open ... 529 paused).

@@ -1,0 +1,442 @@
+// The wave device behind the media control, on the null sound device with its clock running
+// twenty times faster than real time, playing and recording real files.
+#include "platform/WaveDevice.h"
+#include "WavGen.h"
+#include "platform/MMControl.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+namespace {
+
+class WaveDeviceTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        qputenv("CANTAVOX_NULL_RATE", "20");
+        ASSERT_TRUE(dir.isValid());
+        control.setDeviceType(QStringLiteral("waveaudio"));
+    }
+    void TearDown() override {
+        control.setCommand(QStringLiteral("Close"));
+        qunsetenv("CANTAVOX_NULL_RATE");
+    }
+    QString path(const QString& name) const { return dir.filePath(name); }
+    WaveDevice* device() const { return static_cast<WaveDevice*>(control.device()); }
+    void open(const QString& file) {
+        control.setWait(true);
+        control.setCommand(QStringLiteral("Close"));
+        control.setFileName(file);
+        control.setWait(false);
+        control.setCommand(QStringLiteral("open"));
+    }
+    void playWithNotify(std::optional<qint32> from = {}, std::optional<qint32> to = {}) {
+        if (from)
+            control.setFrom(*from);
+        if (to)
+            control.setTo(*to);
+        control.setNotify(true);
+        control.setWait(false);
+        control.setCommand(QStringLiteral("Play"));
+    }
+
+    QTemporaryDir dir;
+    MMControl control;
+};
+
+// Reads a whole file as floats.
+std::vector<float> readAll(const QString& file, SF_INFO& info) {
+    info = {};
+    SNDFILE* sf = sf_open(QFile::encodeName(file).constData(), SFM_READ, &info);
+    std::vector<float> out;
+    if (!sf)
+        return out;
+    out.resize(size_t(info.frames) * size_t(info.channels));
+    sf_readf_float(sf, out.data(), info.frames);
+    sf_close(sf);
+    return out;
+}
+
+} // namespace
+
+TEST_F(WaveDeviceTest, APlayEndsNaturallyOnToAndAStopEndsItOtherwise) {
+    ASSERT_TRUE(wavgen::writeSine(path("a.wav"), 4.0));
+    open(path("a.wav"));
+    ASSERT_EQ(control.Error(), 0) << control.ErrorMessage().toStdString();
+    EXPECT_EQ(control.Mode(), MMControl::ModeStopped);
+    EXPECT_EQ(control.Length(), 4000);
+
+    QSignalSpy done(&control, &MMControl::Done);
+    std::vector<qint32> positions;
+    QObject::connect(&control, &MMControl::Done,
+                     [&](int) { positions.push_back(control.Position()); });
+    playWithNotify(1001, 2503);
+    EXPECT_EQ(control.Mode(), MMControl::ModePlaying);
+    ASSERT_TRUE(done.wait(3000));
+    EXPECT_EQ(done.takeFirst().at(0).toInt(), MMControl::NotifySuccessful);
+    ASSERT_EQ(positions.size(), 1u);
+    EXPECT_EQ(positions[0], 2503) << "Done comes when the position has reached To";
+    EXPECT_EQ(control.Mode(), MMControl::ModeStopped);
+    const qint64 played = device()->audio()->framesPlayed();
+    EXPECT_EQ(played, qint64(2503) * 44100 / 1000 - qint64(1001) * 44100 / 1000)
+        << "From and To are exact frames";
+
+    // A stop gives another code, keeps the position, and nothing starts again.
+    playWithNotify(0, 4000);
+    QTest::qWait(40);
+    control.setCommand(QStringLiteral("Stop"));
+    ASSERT_EQ(done.size(), 1);
+    EXPECT_EQ(done.takeFirst().at(0).toInt(), MMControl::NotifyAborted);
+    const qint32 stoppedAt = control.Position();
+    EXPECT_GT(stoppedAt, 0);
+    EXPECT_LT(stoppedAt, 4000);
+    QTest::qWait(150);
+    EXPECT_EQ(control.Position(), stoppedAt);
+    EXPECT_EQ(control.Mode(), MMControl::ModeStopped);
+    EXPECT_EQ(done.size(), 0);
+
+    // A play that supersedes one still awaited says so.
+    playWithNotify(0, 4000);
+    playWithNotify(500, 900);
+    ASSERT_GE(done.size(), 1);
+    EXPECT_EQ(done.takeFirst().at(0).toInt(), MMControl::NotifySuperseded);
+    ASSERT_TRUE(done.wait(3000));
+    EXPECT_EQ(done.takeFirst().at(0).toInt(), MMControl::NotifySuccessful);
+}
+
+TEST_F(WaveDeviceTest, PauseAndResumeKeepThePositionAndBadPlaysAreRefused) {
+    ASSERT_TRUE(wavgen::writeSine(path("b.wav"), 10.0, 220.0, {22050, 1}));
+    open(path("b.wav"));
+    ASSERT_EQ(control.Error(), 0);
+    control.setCommand(QStringLiteral("Play"));
+    QTest::qWait(60);
+    control.setCommand(QStringLiteral("pause"));
+    EXPECT_EQ(control.Mode(), MMControl::ModePaused);
+    const qint32 paused = control.Position();
+    EXPECT_GT(paused, 200);
+    QTest::qWait(100);
+    EXPECT_EQ(control.Position(), paused);
+
+    control.setCommand(QStringLiteral("Play"));
+    EXPECT_GE(control.Position(), paused);
+    QTest::qWait(60);
+    const qint32 later = control.Position();
+    EXPECT_GT(later, paused + 200) << "play goes on from where it paused";
+    control.setCommand(QStringLiteral("Stop"));
+
+    // From beyond the end: the caller reads the device's error, and nothing plays.
+    control.setFrom(10001);
+    control.setCommand(QStringLiteral("Play"));
+    EXPECT_GT(control.Error(), 0);
+    EXPECT_FALSE(control.ErrorMessage().isEmpty());
+    EXPECT_NE(control.Mode(), MMControl::ModePlaying);
+    control.setFrom(6000);
+    control.setTo(5000);
+    control.setCommand(QStringLiteral("Play"));
+    EXPECT_GT(control.Error(), 0);
+
+    // Position reported while playing follows what the device has played.
+    const qint64 before = device()->audio()->framesPlayed();
+    control.setFrom(2000);
+    control.setTo(9000);
+    control.setCommand(QStringLiteral("Play"));
+    QTest::qWait(100);
+    const double heard = 2000.0 + (device()->audio()->framesPlayed() - before) * 1000.0 / 22050;
+    EXPECT_NEAR(control.Position(), heard, 120.0);
+}
+
+TEST_F(WaveDeviceTest, ARepeatedPlayJoinsWithoutASilentFrame) {
+    // Every sample holds its own frame number, so the loopback shows exactly what sounded.
+    ASSERT_TRUE(wavgen::writeRamp(path("ramp.wav"), 88200, 44100, 1));
+    open(path("ramp.wav"));
+    ASSERT_EQ(control.Error(), 0);
+    control.setRepeatAhead(true);
+
+    MMControl recorder;
+    recorder.setDeviceType(QStringLiteral("waveaudio"));
+    QString why;
+    auto* rec = static_cast<WaveDevice*>(recorder.device());
+    ASSERT_TRUE(rec->setRecordingFormat(16, 1, 44100, why)) << why.toStdString();
+    recorder.setFileName(path("loopback.wav"));
+    recorder.setCommand(QStringLiteral("open"));
+    recorder.setCommand(QStringLiteral("Record"));
+    ASSERT_EQ(recorder.Error(), 0) << recorder.ErrorMessage().toStdString();
+
+    // The loop logic's way: every natural end is answered at once with the same play, and
+    // the user stops after the fourth.
+    int ends = 0;
+    QObject::connect(&control, &MMControl::Done, [&](int code) {
+        if (code != MMControl::NotifySuccessful)
+            return;
+        if (++ends < 4)
+            playWithNotify(100, 1100);
+        else
+            control.setCommand(QStringLiteral("Stop"));
+    });
+    playWithNotify(100, 1100);
+    QElapsedTimer t;
+    t.start();
+    while (ends < 4 && t.elapsed() < 5000)
+        QTest::qWait(5);
+    ASSERT_EQ(ends, 4);
+    QTest::qWait(60);
+    recorder.setCommand(QStringLiteral("Stop"));
+    recorder.setCommand(QStringLiteral("Save"));
+    ASSERT_EQ(recorder.Error(), 0) << recorder.ErrorMessage().toStdString();
+
+    EXPECT_EQ(device()->audio()->joinSilentFrames(), 0);
+    // Four whole passes, and no more than the moment it took the stop to arrive.
+    EXPECT_GE(device()->audio()->framesPlayed(), 4 * 44100);
+    EXPECT_LT(device()->audio()->framesPlayed(), 4 * 44100 + 44100 * 20 / 10);
+
+    SF_INFO info;
+    const std::vector<float> got = readAll(path("loopback.wav"), info);
+    std::vector<int> frames;
+    for (float v : got)
+        frames.push_back(int(std::lround(v * 32768.0)));
+    const auto first = std::find(frames.begin(), frames.end(), 4410);
+    ASSERT_NE(first, frames.end()) << "the loop's first frame was heard";
+    for (int pass = 0; pass < 4; ++pass)
+        for (int f = 4410; f < 48510; ++f) {
+            const size_t at =
+                size_t(first - frames.begin()) + size_t(pass) * 44100 + size_t(f - 4410);
+            ASSERT_LT(at, frames.size());
+            ASSERT_EQ(frames[at], f % 30000) << "pass " << pass;
+        }
+}
+
+TEST_F(WaveDeviceTest, AnUnansweredRepeatIsCutAndAStopEndsItToo) {
+    ASSERT_TRUE(wavgen::writeSine(path("c.wav"), 2.0));
+    open(path("c.wav"));
+    control.setRepeatAhead(true);
+    QSignalSpy done(&control, &MMControl::Done);
+    playWithNotify(0, 200);
+    ASSERT_TRUE(done.wait(3000));
+    QTest::qWait(300); // six seconds of device time, three times the grace
+    const qint64 cut = device()->audio()->framesPlayed();
+    EXPECT_LT(cut, 8820 + 44100 * 20 / 5) << "the repeat nobody asked for stops soon";
+    QTest::qWait(100);
+    EXPECT_EQ(device()->audio()->framesPlayed(), cut);
+    EXPECT_EQ(control.Position(), 200);
+    EXPECT_EQ(control.Mode(), MMControl::ModeStopped);
+    // Asked for after the cut, the same play starts afresh.
+    playWithNotify(0, 200);
+    ASSERT_TRUE(done.wait(3000));
+    EXPECT_EQ(done.last().at(0).toInt(), MMControl::NotifySuccessful);
+    control.setCommand(QStringLiteral("Stop"));
+    const qint64 stopped = device()->audio()->framesPlayed();
+    QTest::qWait(100);
+    EXPECT_EQ(device()->audio()->framesPlayed(), stopped);
+}
+
+TEST_F(WaveDeviceTest, StatusUpdatesFollowTheIntervalAndStopAtZero) {
+    ASSERT_TRUE(wavgen::writeSine(path("d.wav"), 30.0));
+    open(path("d.wav"));
+    QSignalSpy status(&control, &MMControl::StatusUpdate);
+    control.setCommand(QStringLiteral("Play"));
+    control.setUpdateInterval(50);
+    QTest::qWait(520);
+    EXPECT_GE(status.size(), 6);
+    EXPECT_LE(status.size(), 11);
+    control.setUpdateInterval(0);
+    status.clear();
+    QTest::qWait(200);
+    EXPECT_EQ(status.size(), 0);
+}
+
+TEST_F(WaveDeviceTest, ARecordingIsSavedInTheChosenFormatAndAClosedOneIsDiscarded) {
+    ASSERT_TRUE(wavgen::writeSine(path("source.wav"), 3.0, 440.0, {44100, 2}));
+    MMControl player;
+    player.setDeviceType(QStringLiteral("waveaudio"));
+    player.setFileName(path("source.wav"));
+    player.setCommand(QStringLiteral("open"));
+
+    struct Case {
+        int bits, channels, rate, subtype;
+    };
+    for (const Case c : {Case{8, 1, 22050, SF_FORMAT_PCM_U8}, Case{24, 2, 48000, SF_FORMAT_PCM_24},
+                         Case{16, 1, 11025, SF_FORMAT_PCM_16}}) {
+        SCOPED_TRACE(c.bits);
+        const QString target = path(QStringLiteral("take %1.wav").arg(c.bits));
+        open(target);
+        ASSERT_EQ(control.Error(), 0);
+        EXPECT_EQ(control.Mode(), MMControl::ModeStopped) << "a name not there is a new recording";
+        QString why;
+        ASSERT_TRUE(device()->setRecordingFormat(c.bits, c.channels, c.rate, why));
+        QSignalSpy done(&control, &MMControl::Done);
+        control.setNotify(true);
+        control.setCommand(QStringLiteral("Record"));
+        ASSERT_EQ(control.Mode(), MMControl::ModeRecording);
+        player.setFrom(0);
+        player.setTo(2000);
+        player.setCommand(QStringLiteral("Play"));
+        QTest::qWait(120);
+        control.setWait(true);
+        control.setCommand(QStringLiteral("Stop"));
+        ASSERT_EQ(done.size(), 1);
+        EXPECT_EQ(done.first().at(0).toInt(), MMControl::NotifyAborted);
+        EXPECT_GT(control.Length(), 500);
+        control.setCommand(QStringLiteral("Save"));
+        ASSERT_EQ(control.Error(), 0) << control.ErrorMessage().toStdString();
+        control.setCommand(QStringLiteral("Close"));
+
+        SF_INFO info;
+        const std::vector<float> got = readAll(target, info);
+        EXPECT_EQ(info.format & SF_FORMAT_SUBMASK, c.subtype);
+        EXPECT_EQ(info.format & SF_FORMAT_TYPEMASK, SF_FORMAT_WAV);
+        EXPECT_EQ(info.channels, c.channels);
+        EXPECT_EQ(info.samplerate, c.rate);
+        const float peak = got.empty() ? 0 : *std::max_element(got.begin(), got.end());
+        EXPECT_GT(peak, 0.2f) << "what was played was recorded";
+        player.setCommand(QStringLiteral("Stop"));
+    }
+
+    QString why;
+    EXPECT_FALSE(device()->setRecordingFormat(12, 1, 22050, why));
+    EXPECT_FALSE(why.isEmpty());
+    EXPECT_FALSE(device()->setRecordingFormat(16, 3, 22050, why));
+    EXPECT_FALSE(device()->setRecordingFormat(16, 1, 4000, why));
+
+    // Closed without a save, a recording leaves nothing behind.
+    open(path("discarded.wav"));
+    control.setCommand(QStringLiteral("Record"));
+    QTest::qWait(30);
+    control.setCommand(QStringLiteral("Close"));
+    EXPECT_FALSE(QFile::exists(path("discarded.wav")));
+}
+
+namespace {
+struct BadCase {
+    const char* name;
+    std::function<bool(const QString&)> make;
+    qint32 lengthMs; // what a good open reports; -1: the device refuses the file
+};
+
+void PrintTo(const BadCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
+class OddFiles : public WaveDeviceTest, public ::testing::WithParamInterface<BadCase> {};
+
+wavgen::Format fmt(int rate, int channels, int subtype, bool extensible = false) {
+    return {rate, channels, subtype, extensible};
+}
+} // namespace
+
+TEST_P(OddFiles, OpenAndPlayOrSayWhyAndLeaveNothingOpen) {
+    const BadCase& c = GetParam();
+    const QString file = path(QStringLiteral("odd 'name' – ünïcode.wav"));
+    ASSERT_TRUE(c.make(file));
+    open(file);
+    if (c.lengthMs < 0) {
+        EXPECT_GT(control.Error(), 0);
+        EXPECT_FALSE(control.ErrorMessage().isEmpty());
+        EXPECT_TRUE(control.ErrorMessage().contains(u"odd 'name' – ünïcode.wav"))
+            << control.ErrorMessage().toStdString();
+        EXPECT_EQ(control.Mode(), MMControl::ModeNotOpen);
+        EXPECT_EQ(control.Length(), 0);
+        return;
+    }
+    ASSERT_EQ(control.Error(), 0) << control.ErrorMessage().toStdString();
+    EXPECT_EQ(control.Length(), c.lengthMs);
+    QSignalSpy done(&control, &MMControl::Done);
+    playWithNotify(0, control.Length());
+    ASSERT_TRUE(done.wait(5000));
+    EXPECT_EQ(done.first().at(0).toInt(), MMControl::NotifySuccessful);
+    EXPECT_EQ(control.Position(), c.lengthMs);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, OddFiles,
+    ::testing::Values(
+        BadCase{"text named wav",
+                [](const QString& p) { return wavgen::writeBytes(p, "just some words\n"); }, -1},
+        BadCase{"empty file", [](const QString& p) { return wavgen::writeBytes(p, {}); }, -1},
+        BadCase{
+            "header only, data size 0",
+            [](const QString& p) { return wavgen::writeBytes(p, wavgen::pcm16Bytes(0, 2, 44100)); },
+            -1},
+        BadCase{"truncated: data claims more than the file holds",
+                [](const QString& p) {
+                    return wavgen::writeBytes(
+                        p, wavgen::pcm16Bytes(22050, 2, 44100, -1, 44100 * 4 * 10));
+                },
+                500},
+        BadCase{"data size 0xFFFFFFFF",
+                [](const QString& p) {
+                    return wavgen::writeBytes(
+                        p, wavgen::pcm16Bytes(44100, 1, 44100, 0xFFFFFFFF, 0xFFFFFFFF));
+                },
+                1000},
+        BadCase{"8-bit",
+                [](const QString& p) {
+                    return wavgen::writeSine(p, 0.5, 440, fmt(22050, 1, SF_FORMAT_PCM_U8));
+                },
+                500},
+        BadCase{"24-bit",
+                [](const QString& p) {
+                    return wavgen::writeSine(p, 0.5, 440, fmt(48000, 2, SF_FORMAT_PCM_24));
+                },
+                500},
+        BadCase{"32-bit",
+                [](const QString& p) {
+                    return wavgen::writeSine(p, 0.5, 440, fmt(44100, 2, SF_FORMAT_PCM_32));
+                },
+                500},
+        BadCase{"float",
+                [](const QString& p) {
+                    return wavgen::writeSine(p, 0.5, 440, fmt(44100, 2, SF_FORMAT_FLOAT));
+                },
+                500},
+        BadCase{"mono 8 kHz",
+                [](const QString& p) {
+                    return wavgen::writeSine(p, 1.25, 440, fmt(8000, 1, SF_FORMAT_PCM_16));
+                },
+                1250},
+        BadCase{"96 kHz stereo",
+                [](const QString& p) {
+                    return wavgen::writeSine(p, 0.75, 440, fmt(96000, 2, SF_FORMAT_PCM_16));
+                },
+                750},
+        BadCase{"extensible",
+                [](const QString& p) {
+                    return wavgen::writeSine(p, 0.5, 440, fmt(44100, 2, SF_FORMAT_PCM_16, true));
+                },
+                500}));
+
+TEST_F(WaveDeviceTest, AFileDeletedOrReplacedWhileOpenPlaysOnAsOpened) {
+    ASSERT_TRUE(wavgen::writeSine(path("gone.wav"), 1.0));
+    open(path("gone.wav"));
+    ASSERT_EQ(control.Error(), 0);
+    QSignalSpy done(&control, &MMControl::Done);
+    playWithNotify(0, 1000);
+    ASSERT_TRUE(QFile::remove(path("gone.wav")));
+    ASSERT_TRUE(done.wait(3000));
+    EXPECT_EQ(done.takeFirst().at(0).toInt(), MMControl::NotifySuccessful);
+    EXPECT_EQ(device()->audio()->framesPlayed(), 44100);
+
+    ASSERT_TRUE(wavgen::writeSine(path("swap.wav"), 1.0));
+    open(path("swap.wav"));
+    ASSERT_TRUE(wavgen::writeSine(path("other.wav"), 0.1));
+    ASSERT_TRUE(QFile::remove(path("swap.wav")));
+    ASSERT_TRUE(QFile::rename(path("other.wav"), path("swap.wav")));
+    playWithNotify(0, 1000);
+    ASSERT_TRUE(done.wait(3000));
+    EXPECT_EQ(done.takeFirst().at(0).toInt(), MMControl::NotifySuccessful);
+    EXPECT_EQ(control.Length(), 1000);
+
+    // A file cut short in place ends the play where its sound ends, without a crash.
+    ASSERT_TRUE(wavgen::writeSine(path("cut.wav"), 2.0));
+    open(path("cut.wav"));
+    QFile cut(path("cut.wav"));
+    ASSERT_TRUE(cut.resize(44 + 44100 * 4 / 2));
+    const qint64 before = device()->audio()->framesPlayed();
+    playWithNotify(0, 2000);
+    ASSERT_TRUE(done.wait(3000));
+    EXPECT_EQ(done.takeFirst().at(0).toInt(), MMControl::NotifySuccessful);
+    EXPECT_LE(device()->audio()->framesPlayed() - before, 44100 / 2);
+}

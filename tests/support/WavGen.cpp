@@ -1,0 +1,95 @@
+#include "WavGen.h"
+
+#include <QFile>
+#include <QtEndian>
+#include <cmath>
+#include <sndfile.h>
+
+namespace wavgen {
+
+bool writeSine(const QString& path, double seconds, double hz, const Format& f) {
+    SF_INFO info{};
+    info.samplerate = f.rate;
+    info.channels = f.channels;
+    info.format = (f.extensible ? SF_FORMAT_WAVEX : SF_FORMAT_WAV) | f.subtype;
+    SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &info);
+    if (!sf)
+        return false;
+    const qint64 frames = qint64(std::llround(seconds * f.rate));
+    std::vector<float> block(4096 * size_t(f.channels));
+    qint64 done = 0;
+    while (done < frames) {
+        const qint64 n = std::min<qint64>(4096, frames - done);
+        for (qint64 i = 0; i < n; ++i) {
+            const double v = 0.5 * std::sin(2.0 * M_PI * hz * double(done + i) / f.rate);
+            for (int c = 0; c < f.channels; ++c)
+                block[size_t(i * f.channels + c)] = float(v / (1 + c));
+        }
+        if (sf_writef_float(sf, block.data(), n) != n) {
+            sf_close(sf);
+            return false;
+        }
+        done += n;
+    }
+    return sf_close(sf) == 0;
+}
+
+bool writeRamp(const QString& path, qint64 frames, int rate, int channels) {
+    SF_INFO info{};
+    info.samplerate = rate;
+    info.channels = channels;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &info);
+    if (!sf)
+        return false;
+    std::vector<short> block(4096 * size_t(channels));
+    qint64 done = 0;
+    while (done < frames) {
+        const qint64 n = std::min<qint64>(4096, frames - done);
+        for (qint64 i = 0; i < n; ++i)
+            for (int c = 0; c < channels; ++c)
+                block[size_t(i * channels + c)] = short((done + i) % 30000);
+        if (sf_writef_short(sf, block.data(), n) != n) {
+            sf_close(sf);
+            return false;
+        }
+        done += n;
+    }
+    return sf_close(sf) == 0;
+}
+
+QByteArray pcm16Bytes(qint64 frames, int channels, int rate, qint64 riffSize, qint64 dataSize) {
+    const qint64 bytes = frames * channels * 2;
+    QByteArray out;
+    auto u32 = [&](quint32 v) {
+        char b[4];
+        qToLittleEndian(v, b);
+        out.append(b, 4);
+    };
+    auto u16 = [&](quint16 v) {
+        char b[2];
+        qToLittleEndian(v, b);
+        out.append(b, 2);
+    };
+    out.append("RIFF");
+    u32(quint32(riffSize >= 0 ? riffSize : 36 + bytes));
+    out.append("WAVEfmt ");
+    u32(16);
+    u16(1);
+    u16(quint16(channels));
+    u32(quint32(rate));
+    u32(quint32(rate * channels * 2));
+    u16(quint16(channels * 2));
+    u16(16);
+    out.append("data");
+    u32(quint32(dataSize >= 0 ? dataSize : bytes));
+    out.append(QByteArray(bytes, '\0'));
+    return out;
+}
+
+bool writeBytes(const QString& path, const QByteArray& bytes) {
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size();
+}
+
+} // namespace wavgen
