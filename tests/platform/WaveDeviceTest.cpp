@@ -3,6 +3,7 @@
 #include "platform/WaveDevice.h"
 #include "WavGen.h"
 #include "platform/MMControl.h"
+#include "transport/sendmcicommand.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -439,4 +440,23 @@ TEST_F(WaveDeviceTest, AFileDeletedOrReplacedWhileOpenPlaysOnAsOpened) {
     ASSERT_TRUE(done.wait(3000));
     EXPECT_EQ(done.takeFirst().at(0).toInt(), MMControl::NotifySuccessful);
     EXPECT_LE(device()->audio()->framesPlayed() - before, 44100 / 2);
+}
+
+TEST_F(WaveDeviceTest, RecordingParametersReachTheDeviceByItsId) {
+    open(path("new take.wav"));
+    const qint16 id = control.DeviceID();
+    ASSERT_GT(id, 0);
+    EXPECT_TRUE(SetRecordingParameters(id, 8, 2, 11025));
+    EXPECT_FALSE(SetRecordingParameters(id, 16, 1, 1000)) << "a rate no card records";
+    EXPECT_FALSE(SetRecordingParameters(qint16(id + 1000), 16, 1, 22050)) << "no such device";
+    control.setCommand(QStringLiteral("Record"));
+    QTest::qWait(20);
+    control.setCommand(QStringLiteral("Stop"));
+    control.setCommand(QStringLiteral("Save"));
+    ASSERT_EQ(control.Error(), 0) << control.ErrorMessage().toStdString();
+    SF_INFO info;
+    readAll(path("new take.wav"), info);
+    EXPECT_EQ(info.format & SF_FORMAT_SUBMASK, SF_FORMAT_PCM_U8);
+    EXPECT_EQ(info.channels, 2);
+    EXPECT_EQ(info.samplerate, 11025);
 }
