@@ -4,7 +4,6 @@
 #include "failsafe/modFailSafe.h"
 #include "platform/MMControl.h"
 #include "platform/WaveDevice.h"
-#include "ui_frmMain.h"
 
 namespace {
 const char* const kModule = "sendmcicommand";
@@ -29,6 +28,7 @@ bool SetRecordingParameters(qint16 bitsPerSample, qint16 numberOfChannels, qint3
     frmMain* main = frmMain::instance();
     if (!main)
         return false;
-    return SetRecordingParameters(main->ui()->WaveControl->DeviceID(), bitsPerSample,
-                                  numberOfChannels, sampleRate);
+    const auto* wave = main->findChild<MMControl*>(QStringLiteral("WaveControl"));
+    return wave &&
+           SetRecordingParameters(wave->DeviceID(), bitsPerSample, numberOfChannels, sampleRate);
 }
