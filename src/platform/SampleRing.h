@@ -34,6 +34,23 @@ public:
         m_tail.store(head, std::memory_order_release);
     }
 
+    // Takes up to n floats into out; returns how many. Never allocates.
+    size_t readInto(float* out, size_t n) noexcept {
+        const std::uint64_t tail = m_tail.load(std::memory_order_relaxed);
+        const std::uint64_t head = m_head.load(std::memory_order_acquire);
+        const size_t take = std::min<size_t>(n, size_t(head - tail));
+        for (size_t i = 0; i < take; ++i)
+            out[i] = m_data[(tail + i) % m_data.size()];
+        m_tail.store(tail + take, std::memory_order_release);
+        return take;
+    }
+
+    // Room left for the writer.
+    size_t room() const noexcept {
+        return m_data.size() - size_t(m_head.load(std::memory_order_acquire) -
+                                      m_tail.load(std::memory_order_acquire));
+    }
+
     std::uint64_t dropped() const { return m_dropped.load(std::memory_order_relaxed); }
 
 private:

@@ -1,0 +1,227 @@
+// The time-scale engine on real files: exact lengths, kept and shifted pitch, channel choice,
+// real time on the null device, stop and the end callback, and the refusals.
+#include "platform/TimeScaleEngine.h"
+#include "WavGen.h"
+#include "platform/AudioDevice.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+#include <atomic>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+namespace {
+
+struct Sound {
+    SF_INFO info{};
+    std::vector<float> samples;
+    float at(qint64 frame, int channel) const {
+        return samples[size_t(frame * info.channels + channel)];
+    }
+};
+
+Sound load(const QString& path) {
+    Sound s;
+    SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_READ, &s.info);
+    if (!sf)
+        return s;
+    s.samples.resize(size_t(s.info.frames) * size_t(s.info.channels));
+    sf_readf_float(sf, s.samples.data(), s.info.frames);
+    sf_close(sf);
+    return s;
+}
+
+// The frequency of a steady tone in the middle of the sound, from its upward zero
+// crossings placed between samples.
+double frequencyOf(const Sound& s, int channel = 0) {
+    const qint64 from = s.info.frames / 5, to = s.info.frames * 4 / 5;
+    double first = -1, last = -1;
+    int crossings = 0;
+    for (qint64 f = from; f < to; ++f) {
+        const float a = s.at(f, channel), b = s.at(f + 1, channel);
+        if (a < 0 && b >= 0) {
+            const double t = double(f) + double(-a) / double(b - a);
+            if (first < 0)
+                first = t;
+            else
+                ++crossings;
+            last = t;
+        }
+    }
+    return crossings > 0 ? crossings * double(s.info.samplerate) / (last - first) : 0;
+}
+
+double cents(double f, double reference) {
+    return 1200.0 * std::log2(f / reference);
+}
+
+class Engine : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(dir.isValid());
+        engine.setCallback([this](int r) {
+            result = r;
+            ++callbacks;
+        });
+    }
+    QString path(const char* name) const { return dir.filePath(QString::fromLatin1(name)); }
+    bool waitForEnd(int ms = 20000) {
+        QElapsedTimer t;
+        t.start();
+        while (callbacks.load() == 0 && t.elapsed() < ms)
+            QTest::qWait(5);
+        return callbacks.load() > 0;
+    }
+
+    QTemporaryDir dir;
+    TimeScaleEngine engine;
+    std::atomic<int> callbacks{0};
+    std::atomic<int> result{-1};
+};
+
+} // namespace
+
+TEST_F(Engine, FileModeGivesTheExactLengthAndKeepsThePitchAtEveryQuality) {
+    ASSERT_TRUE(wavgen::writeSine(path("in.wav"), 0.6, 440.0, {44100, 2}));
+    struct Case {
+        double percent;
+        int bands;
+        int engineVersion;
+    };
+    for (const Case c : {Case{50, 2048, 3}, Case{50, 1024, 3}, Case{50, 512, 2}, Case{100, 2048, 3},
+                         Case{200, 512, 2}, Case{5, 2048, 3}}) {
+        SCOPED_TRACE(testing::Message() << c.percent << "% at " << c.bands << " bands");
+        callbacks = 0;
+        QFile::remove(path("out.wav"));
+        ASSERT_EQ(engine.start(path("in.wav"), 1.0, 100.0 / c.percent, c.bands, path("out.wav"),
+                               false, 0),
+                  TimeScaleEngine::Running);
+        ASSERT_TRUE(waitForEnd());
+        EXPECT_EQ(result.load(), 0);
+        EXPECT_EQ(engine.engineVersion(), c.engineVersion);
+        const Sound out = load(path("out.wav"));
+        EXPECT_EQ(out.info.frames, std::llround(26460 * 100.0 / c.percent));
+        EXPECT_EQ(out.info.channels, 2);
+        EXPECT_EQ(out.info.samplerate, 44100);
+        EXPECT_EQ(out.info.format & SF_FORMAT_SUBMASK, SF_FORMAT_PCM_16);
+        EXPECT_NEAR(cents(frequencyOf(out), 440.0), 0.0, 1.0);
+    }
+}
+
+TEST_F(Engine, PitchMovesByItsCentsAndTheLengthStays) {
+    ASSERT_TRUE(wavgen::writeSine(path("in.wav"), 0.8, 440.0, {44100, 1}));
+    for (const int shift : {700, -1200}) {
+        SCOPED_TRACE(shift);
+        callbacks = 0;
+        QFile::remove(path("out.wav"));
+        ASSERT_EQ(engine.start(path("in.wav"), std::pow(2.0, shift / 1200.0), 1.0, 2048,
+                               path("out.wav"), false, 0),
+                  TimeScaleEngine::Running);
+        ASSERT_TRUE(waitForEnd());
+        const Sound out = load(path("out.wav"));
+        EXPECT_EQ(out.info.frames, 35280);
+        EXPECT_NEAR(cents(frequencyOf(out), 440.0), shift, 1.0);
+    }
+}
+
+TEST_F(Engine, AChosenChannelIsTransformedAloneAndHeardOnBothSides) {
+    // Left 440 Hz, right 660 Hz.
+    const int frames = 26460;
+    std::vector<short> data(size_t(frames) * 2);
+    for (int f = 0; f < frames; ++f) {
+        data[size_t(f) * 2] = short(12000 * std::sin(2 * M_PI * 440.0 * f / 44100));
+        data[size_t(f) * 2 + 1] = short(12000 * std::sin(2 * M_PI * 660.0 * f / 44100));
+    }
+    SF_INFO info{0, 44100, 2, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0, 0};
+    SNDFILE* sf = sf_open(QFile::encodeName(path("lr.wav")).constData(), SFM_WRITE, &info);
+    ASSERT_NE(sf, nullptr);
+    sf_writef_short(sf, data.data(), frames);
+    sf_close(sf);
+
+    for (const auto& [choice, hz] : {std::pair{1, 660.0}, std::pair{2, 440.0}}) {
+        SCOPED_TRACE(choice);
+        callbacks = 0;
+        QFile::remove(path("out.wav"));
+        ASSERT_EQ(engine.start(path("lr.wav"), 1.0, 2.0, 512, path("out.wav"), false, choice),
+                  TimeScaleEngine::Running);
+        ASSERT_TRUE(waitForEnd());
+        const Sound out = load(path("out.wav"));
+        ASSERT_EQ(out.info.channels, 2);
+        EXPECT_NEAR(cents(frequencyOf(out, 0), hz), 0.0, 1.0);
+        EXPECT_NEAR(cents(frequencyOf(out, 1), hz), 0.0, 1.0);
+        for (qint64 f = 0; f < out.info.frames; f += 97)
+            ASSERT_EQ(out.at(f, 0), out.at(f, 1));
+    }
+}
+
+TEST_F(Engine, RealTimeSoundsTheResultAndCallsBackOnlyWhenItHasBeenHeard) {
+    qputenv("CANTAVOX_NULL_RATE", "4");
+    ASSERT_TRUE(wavgen::writeSine(path("in.wav"), 1.0, 440.0, {44100, 2}));
+    ASSERT_EQ(engine.start(path("in.wav"), 1.0, 2.0, 2048, path("out.wav"), true, 0),
+              TimeScaleEngine::Running);
+    qunsetenv("CANTAVOX_NULL_RATE");
+    ASSERT_TRUE(waitForEnd());
+    EXPECT_EQ(result.load(), 0);
+    AudioDevice* audio = engine.audio();
+    ASSERT_NE(audio, nullptr);
+    EXPECT_EQ(audio->framesPlayed(), 88200) << "every frame was heard before the callback";
+    EXPECT_EQ(audio->joinSilentFrames(), 0);
+    const Sound out = load(path("out.wav"));
+    EXPECT_NEAR(double(out.info.frames), 88200.0, 44.1) << "within a millisecond";
+    EXPECT_NEAR(cents(frequencyOf(out), 440.0), 0.0, 1.0);
+    EXPECT_GT(engine.firstSoundAt(), 0.0);
+    EXPECT_LT(engine.firstSoundAt() - engine.startedAt(), 0.1 * 4)
+        << "the first frame sounds within a tenth of a second (of real time)";
+}
+
+TEST_F(Engine, StopEndsAJobAtOnceAndIsHarmlessWhenIdle) {
+    engine.stop();
+    engine.stop();
+    EXPECT_EQ(callbacks.load(), 0);
+
+    ASSERT_TRUE(wavgen::writeSine(path("in.wav"), 20.0, 440.0, {44100, 2}));
+    ASSERT_EQ(engine.start(path("in.wav"), 1.0, 2.0, 2048, path("out.wav"), true, 0),
+              TimeScaleEngine::Running);
+    QTest::qWait(100);
+    EXPECT_TRUE(engine.running());
+    QElapsedTimer t;
+    t.start();
+    engine.stop();
+    EXPECT_LT(t.elapsed(), 500);
+    EXPECT_FALSE(engine.running());
+    EXPECT_EQ(callbacks.load(), 1) << "a stopped job still ends with its callback";
+    EXPECT_EQ(result.load(), 1);
+    const qint64 heard = engine.audio()->framesPlayed();
+    QTest::qWait(100);
+    EXPECT_EQ(engine.audio()->framesPlayed(), heard) << "its sound ended with it";
+}
+
+TEST_F(Engine, RefusalsSayWhichOfTheFiveItIs) {
+    ASSERT_TRUE(wavgen::writeSine(path("good.wav"), 0.2));
+    ASSERT_TRUE(wavgen::writeBytes(path("text.wav"), "not a sound\n"));
+    ASSERT_TRUE(wavgen::writeBytes(path("empty data.wav"), wavgen::pcm16Bytes(0, 2, 44100)));
+    struct Case {
+        QString in, out;
+        int expected;
+    };
+    for (const Case& c :
+         {Case{path("missing.wav"), path("out.wav"), TimeScaleEngine::InputNotOpened},
+          Case{path("text.wav"), path("out.wav"), TimeScaleEngine::NotASoundFile},
+          Case{path("empty data.wav"), path("out.wav"), TimeScaleEngine::NoSoundData},
+          Case{path("good.wav"), path("no such folder/out.wav"),
+               TimeScaleEngine::OutputNotOpened}}) {
+        SCOPED_TRACE(c.in.toStdString());
+        const qint32 r = engine.start(c.in, 1.0, 2.0, 2048, c.out, false, 0);
+        EXPECT_EQ(r, c.expected);
+        EXPECT_FALSE(TimeScaleEngine::errorText(r).isEmpty());
+        EXPECT_FALSE(engine.running());
+    }
+    EXPECT_EQ(TimeScaleEngine::errorText(TimeScaleEngine::NoMemory),
+              u"Unable to allocate buffers. Close some windows and try again.");
+    EXPECT_TRUE(TimeScaleEngine::errorText(0).isEmpty());
+    QTest::qWait(20);
+    EXPECT_EQ(callbacks.load(), 0) << "a job that never ran never calls back";
+}
