@@ -16,12 +16,12 @@
 #include "library/RecordsetModel.h"
 #include "library/cdDrive.h"
 #include "library/dbUpgrade.h"
+#include "platform/AudioDevice.h"
 #include "platform/MMControl.h"
 #include "prefs/Preference.h"
 #include "prefs/prefs.h"
 #include "shell/frmAbout.h"
 #include "shell/hints.h"
-#include "shell/recentFiles.h"
 #include "transform/digitalAudio.h"
 
 #include <QCloseEvent>
@@ -169,8 +169,18 @@ void frmMain::connectMenus() {
     connect(m_ui->cmdPrevView, &QPushButton::clicked, this,
             fs::trapped(kModule, "Sub cmdPrevView_Click", [this] { cmdPrevView_Click(); }));
     // The recent-file slots stay hidden until the File menu's list is filled.
+    m_ui->mnuMRUsep->setSeparator(true);
     for (QAction* mru : {m_ui->mnuMRU_1, m_ui->mnuMRU_2, m_ui->mnuMRU_3, m_ui->mnuMRU_4})
         mru->setVisible(false);
+    m_ui->mnuMRUsep->setVisible(false);
+    for (qint16 i = 1; i <= 4; ++i)
+        connect(mnuMRU(i), &QAction::triggered, this,
+                fs::trapped(kModule, "Sub mnuMRU_Click", [this, i] { mnuMRU_Click(i); }));
+    connect(m_ui->mnuFile, &QMenu::aboutToShow, this,
+            fs::trapped(kModule, "Sub menuFile_Click", [this] { menuFile_Click(); }));
+    connect(m_ui->mnuFileOpen, &QAction::triggered, this,
+            fs::trapped(kModule, "Sub mnuFileOpen_Click", [this] { mnuFileOpen_Click(); }));
+    connectWaveTransport();
 }
 
 // ---------------------------------------------------------------------------------------
@@ -353,6 +363,9 @@ void frmMain::tmrAfterFormLoad_Timer() {
             unloadForm(about);
         checkCDPresent();
         // Placeholder: with digital extraction usable, an empty drive's tray is cycled here.
+        // Without a sound card the program still runs, silently, and says so once.
+        if (const QString notice = AudioDevice::takeNotice(); !notice.isEmpty())
+            setPanelText(QStringLiteral("pnlMsg"), notice);
         show();
     });
     if (gvExiting)
@@ -511,14 +524,19 @@ bool frmMain::initWaveView() {
         wave->setWait(true);
         wave->setCommand(QStringLiteral("open"));
     }
-    // Placeholder: the wave catalogue asks for a file here (mnuFileOpen_Click) and files it
-    // in the library (doWaveDBThing); until then a mode without a file is refused.
-    if (wave->FileName().isEmpty())
+    if (wave->FileName().isEmpty()) {
+        mnuFileOpen_Click();
+        if (wave->FileName().isEmpty())
+            return false;
+    }
+    if (!doWaveDBThing())
         return false;
     cdView = false;
     currentMMControl->hide();
     currentMMControl = wave;
+    showLoopDetails();
     m_ui->sbTrackPos->setMaximum(checkedInt16(static_cast<qint64>(wave->Length() / 1000)));
+    refreshDisplayForNewWave();
     return true;
 }
 

@@ -9,6 +9,7 @@
 class MMControl;
 class QLabel;
 class QAction;
+class QDateTime;
 class Recordset;
 class RecordsetModel;
 
@@ -87,6 +88,50 @@ public:
     bool CDpresent();
     void hideCDfields();
 
+    // --- Wave transport ------------------------------------------------------------------
+    void WaveControl_PlayClick(bool& Cancel);
+    void WaveControl_PauseClick(bool& Cancel);
+    void WaveControl_StopClick(bool& Cancel);
+    void WaveControl_PrevClick(bool& Cancel);
+    void WaveControl_GotFocus();
+    void WaveControl_StatusUpdate();
+    void WaveControl_Done(int NotifyCode);
+    void playWaveFile(const QString& fn);
+    void updateWaveStatus();
+    void updatePosition();
+    void sbTrackPos_Scroll();
+    void sbTrackPos_Change();
+    void playFromLoopOn();
+
+    // --- Loops (what the wave transport calls of them) ----------------------------------
+    void playLoop();
+    void btnLoopPlay_Click();
+    void highlightLoopPoint();
+    void showLoopDetails();
+    // Counts natural ends that restarted an armed loop (read by tests until loops play).
+    int loopRestarts = 0;
+
+    // --- Wave file catalogue -----------------------------------------------------------
+    void mnuFileOpen_Click();
+    bool doWaveDBThing();
+    bool selectWave(const QString& FileName, qint64 fileLength, const QDateTime& fileDate);
+    void addWave();
+    void addWaveDB();
+    void addWaveLoop();
+    void refreshDisplayForNewWave();
+
+    // --- Recent files ----------------------------------------------------------------------
+    void getMRUs();
+    void setMRUs();
+    void visifyMRUlist();
+    qint16 foundInMRUs(const QString& fileName);
+    void deleteMenuItem(qint16 position);
+    void bumpMRUs();
+    void addToMRUs(const QString& fileName);
+    void mnuMRU_Click(qint16 Index);
+    void menuFile_Click();
+    QAction* mnuMRU(qint16 index) const;
+
     // --- Library -------------------------------------------------------------------------
     // Points the tracks and loops data controls at the current disc's rows.
     void showDiscRows();
@@ -126,6 +171,7 @@ private:
     void buildStatusBar();
     bool openLibrary();
     void connectMenus();
+    void connectWaveTransport();
     QString dialogDirectory;
     std::unique_ptr<Ui::frmMain> m_ui;
     bool m_unloading = false;

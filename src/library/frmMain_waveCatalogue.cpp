@@ -1,0 +1,192 @@
+// The library's side of wave files: choosing a file, refusing the program's own scratch
+// files, finding the file's record (or making it, with one loop over the whole file), and
+// showing its loops.
+#include "app/AppPaths.h"
+#include "app/AppUtilities.h"
+#include "app/Messages.h"
+#include "app/Prompts.h"
+#include "app/TimeFormats.h"
+#include "app/frmMain.h"
+#include "failsafe/modFailSafe.h"
+#include "library/Recordset.h"
+#include "platform/MMControl.h"
+#include "ui_frmMain.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+
+namespace {
+const char* const kModule = "main form";
+const QString kWaveFilter = QStringLiteral("Wave files (*.wav *.WAV);;All files (*)");
+
+QString waveLoopSource() {
+    return QStringLiteral(
+        "SELECT * FROM WaveLoopPoints WHERE waveFileID = ? ORDER BY WaveLoopPoints.startTime");
+}
+} // namespace
+
+void frmMain::mnuFileOpen_Click() {
+    FS_PROC(kModule, "Sub mnuFileOpen_Click");
+    if (currentMMControl)
+        currentMMControl->setCommand(QStringLiteral("Stop"));
+    // The dialog insists on a file that exists and hides the read-only box.
+    QString name =
+        Prompts::getOpenFileName(this, QStringLiteral("Open"), dialogDirectory, kWaveFilter);
+    if (name.isEmpty())
+        return;
+    if (name.contains(u"temp.wav", Qt::CaseInsensitive)) {
+        Prompts::msgBox(QStringLiteral("Please choose a different na Cantavox likes temp.wav "
+                                       "for itself."));
+        return;
+    }
+    if (name.contains(u"tempslow.wav", Qt::CaseInsensitive)) {
+        if (!confirm(QStringLiteral(
+                "You cannot use tempslow.wav for this function - that file name is used "
+                "exclusively by Cantavox. Would you like to make a copy of it and slow down "
+                "that?")))
+            return;
+        name = Prompts::getSaveFileName(this,
+                                        QStringLiteral("Choose filename for copy of tempslow.wav"),
+                                        dialogDirectory, kWaveFilter);
+        if (name.isEmpty() || name.contains(u"tempslow.wav", Qt::CaseInsensitive))
+            return;
+        QFile::remove(name);
+        QFile::copy(appDir() + QStringLiteral("/tempslow.wav"), name);
+    }
+    dialogDirectory = QFileInfo(name).absolutePath();
+    setWindowTitle(name);
+    playWaveFile(name);
+    addToMRUs(name);
+    changeToMode(QStringLiteral("Wave"));
+}
+
+bool frmMain::doWaveDBThing() {
+    FS_PROC(kModule, "Function doWaveDBThing");
+    MMControl* w = m_ui->WaveControl;
+    bool failed = false;
+    QString name;
+    qint64 length = 0;
+    QDateTime date;
+    bool notFound = true;
+    auto step = [&](auto&& f) {
+        try {
+            f();
+        } catch (const AppError&) {
+            failed = true;
+        }
+    };
+    step([&] { name = w->FileName(); });
+    step([&] { length = w->Length(); });
+    step([&] {
+        const QFileInfo info(name);
+        if (!info.exists())
+            raiseError(errnum::FileNotFound, QStringLiteral("File not found"));
+        date = info.lastModified();
+    });
+    step([&] { notFound = selectWave(name, length, date); });
+    if (failed || w->Mode() == MMControl::ModeNotOpen) {
+        Prompts::msgBox(QStringLiteral("File not found"));
+        return false;
+    }
+    if (notFound)
+        addWave();
+    else
+        refreshDisplayForNewWave();
+    return true;
+}
+
+bool frmMain::selectWave(const QString& FileName, qint64 fileLength, const QDateTime& fileDate) {
+    FS_PROC(kModule, "Function selectWave", FS_ARG(FileName), FS_ARG(fileLength),
+            FS_ARG(fileDate.toString()));
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    QString path, name;
+    parsePath(FileName, path, name);
+    // Length and date go along but take no part: a file edited in place keeps its loops.
+    WAVs->FindFirst(QStringLiteral("waveFileName = ? AND waveFilePath = ?"), {name, path});
+    QApplication::restoreOverrideCursor();
+    return WAVs->NoMatch();
+}
+
+void frmMain::addWave() {
+    FS_PROC(kModule, "Sub addWave");
+    addWaveDB();
+}
+
+void frmMain::addWaveDB() {
+    FS_PROC(kModule, "Sub addWaveDB");
+    MMControl* w = m_ui->WaveControl;
+    WAVs->AddNew();
+    QString path, name;
+    parsePath(w->FileName(), path, name);
+    WAVs->setField(QStringLiteral("waveFilePath"), path);
+    WAVs->setField(QStringLiteral("waveFileName"), name);
+    WAVs->setField(QStringLiteral("waveDataLength"), w->Length());
+    WAVs->setField(QStringLiteral("waveFileModDate"), QFileInfo(w->FileName()).lastModified());
+    WAVs->Update();
+    WAVs->setBookmark(WAVs->LastModified());
+    addWaveLoop();
+    refreshDisplayForNewWave();
+}
+
+void frmMain::addWaveLoop() {
+    FS_PROC(kModule, "Sub addWaveLoop");
+    const QVariant id = WAVs->field(QStringLiteral("waveFileID"));
+    dtaLoopPoints->setRecordSource(waveLoopSource(), {id});
+    dtaLoopPoints->Requery();
+    dtaLoopPoints->AddNew();
+    dtaLoopPoints->setField(QStringLiteral("waveFileID"), id);
+    // One millisecond, not 0: a start of 0 reads as "no loop" elsewhere.
+    dtaLoopPoints->setField(QStringLiteral("startTime"), 1);
+    ms();
+    dtaLoopPoints->setField(QStringLiteral("endTime"), m_ui->WaveControl->Length());
+    dtaLoopPoints->setField(QStringLiteral("Comment"), QStringLiteral("Entire file in this loop"));
+    dtaLoopPoints->Update();
+}
+
+void frmMain::refreshDisplayForNewWave() {
+    FS_PROC(kModule, "Sub refreshDisplayForNewWave");
+    if (WAVs->isBOF() || WAVs->isEOF())
+        return;
+    MMControl* w = m_ui->WaveControl;
+    const QVariant id = WAVs->field(QStringLiteral("waveFileID"));
+    bool sourceFailed = false;
+    fs::ignoreErrors([&] {
+        if (dtaLoopPoints->RecordSource() != waveLoopSource() ||
+            dtaLoopPoints->valueAt(0, QStringLiteral("waveFileID")) != id) {
+            try {
+                commitGridEdits();
+                dtaLoopPoints->setRecordSource(waveLoopSource(), {id});
+            } catch (const AppError&) {
+                sourceFailed = true;
+                throw;
+            }
+        }
+    });
+    if (sourceFailed)
+        return;
+    fs::ignoreErrors([&] {
+        try {
+            dtaLoopPoints->Refresh();
+        } catch (const AppError&) {
+            dtaLoopPoints->Requery();
+        }
+    });
+    qint32 count = 0;
+    fs::ignoreErrors([&] { dtaLoopPoints->MoveLast(); });
+    fs::ignoreErrors([&] { count = dtaLoopPoints->RecordCount(); });
+    // A file whose loops were all deleted gets the whole-file loop again.
+    fs::ignoreErrors([&] {
+        if (count == 0)
+            addWaveLoop();
+    });
+    fs::ignoreErrors([&] { dtaLoopPoints->MoveFirst(); });
+    fs::ignoreErrors([&] { setWindowTitle(QStringLiteral("Cantavox: ") + w->FileName()); });
+    fs::ignoreErrors([&] { tmsf(); });
+    fs::ignoreErrors([&] { w->setTimeFormat(MMControl::TimeFormatMs); });
+    fs::ignoreErrors([&] {
+        setPanelText(QStringLiteral("pnlCDlength"),
+                     QStringLiteral("CD Length: ") + mmss(w->Length()));
+    });
+}
