@@ -130,7 +130,11 @@ public:
     void addToMRUs(const QString& fileName);
     void mnuMRU_Click(qint16 Index);
     void menuFile_Click();
+    // The control array mnuMRU(1..4); another index is error 9.
     QAction* mnuMRU(qint16 index) const;
+    // An item's caption as the user reads it: the full path of the file.
+    QString mnuMRUCaption(qint16 index) const;
+    void setMnuMRUCaption(qint16 index, const QString& caption);
 
     // --- Library -------------------------------------------------------------------------
     // Points the tracks and loops data controls at the current disc's rows.

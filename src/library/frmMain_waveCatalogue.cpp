@@ -9,6 +9,7 @@
 #include "app/frmMain.h"
 #include "failsafe/modFailSafe.h"
 #include "library/Recordset.h"
+#include "library/RecordsetModel.h"
 #include "platform/MMControl.h"
 #include "ui_frmMain.h"
 
@@ -52,8 +53,13 @@ void frmMain::mnuFileOpen_Click() {
                                         dialogDirectory, kWaveFilter);
         if (name.isEmpty() || name.contains(u"tempslow.wav", Qt::CaseInsensitive))
             return;
+        const QString slowed = appDir() + QStringLiteral("/tempslow.wav");
+        if (!QFile::exists(slowed))
+            raiseError(errnum::FileNotFound, QStringLiteral("File not found"));
+        // The save dialog has already asked about overwriting.
         QFile::remove(name);
-        QFile::copy(appDir() + QStringLiteral("/tempslow.wav"), name);
+        if (!QFile::copy(slowed, name))
+            raiseError(errnum::PathFileAccessError, QStringLiteral("Path/File access error"));
     }
     dialogDirectory = QFileInfo(name).absolutePath();
     setWindowTitle(name);
@@ -86,6 +92,8 @@ bool frmMain::doWaveDBThing() {
         date = info.lastModified();
     });
     step([&] { notFound = selectWave(name, length, date); });
+    // A file the device refused (playWaveFile has shown its words) isn't filed either: a
+    // record of length 0 would only gather loops that can never play.
     if (failed || w->Mode() == MMControl::ModeNotOpen) {
         Prompts::msgBox(QStringLiteral("File not found"));
         return false;
@@ -137,7 +145,7 @@ void frmMain::addWaveLoop() {
     dtaLoopPoints->Requery();
     dtaLoopPoints->AddNew();
     dtaLoopPoints->setField(QStringLiteral("waveFileID"), id);
-    // One millisecond, not 0: a start of 0 reads as "no loop" elsewhere.
+    // One millisecond, not 0: a remembered loop start of 0 means "none".
     dtaLoopPoints->setField(QStringLiteral("startTime"), 1);
     ms();
     dtaLoopPoints->setField(QStringLiteral("endTime"), m_ui->WaveControl->Length());
@@ -151,12 +159,13 @@ void frmMain::refreshDisplayForNewWave() {
         return;
     MMControl* w = m_ui->WaveControl;
     const QVariant id = WAVs->field(QStringLiteral("waveFileID"));
+    // What the loops grid holds for its row is written before the rows are read again.
+    fs::ignoreErrors([&] { commitGridEdits(); });
     bool sourceFailed = false;
     fs::ignoreErrors([&] {
         if (dtaLoopPoints->RecordSource() != waveLoopSource() ||
             dtaLoopPoints->valueAt(0, QStringLiteral("waveFileID")) != id) {
             try {
-                commitGridEdits();
                 dtaLoopPoints->setRecordSource(waveLoopSource(), {id});
             } catch (const AppError&) {
                 sourceFailed = true;
@@ -189,4 +198,7 @@ void frmMain::refreshDisplayForNewWave() {
         setPanelText(QStringLiteral("pnlCDlength"),
                      QStringLiteral("CD Length: ") + mmss(w->Length()));
     });
+    // The grid reads the rows live but must be told that they are other rows now.
+    if (loopsModel)
+        loopsModel->reload();
 }

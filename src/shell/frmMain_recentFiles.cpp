@@ -28,11 +28,22 @@ QAction* frmMain::mnuMRU(qint16 index) const {
     }
 }
 
+QString frmMain::mnuMRUCaption(qint16 index) const {
+    // Every "&" was doubled on the way in, so that the menu shows it instead of taking it
+    // for an accelerator.
+    return mnuMRU(index)->text().replace(QStringLiteral("&&"), QStringLiteral("&"));
+}
+
+void frmMain::setMnuMRUCaption(qint16 index, const QString& caption) {
+    QString shown = caption;
+    mnuMRU(index)->setText(shown.replace(u'&', QStringLiteral("&&")));
+}
+
 void frmMain::getMRUs() {
     FS_PROC(kModule, "Sub getMRUs");
     for (qint16 i = 1; i <= 4; ++i)
-        mnuMRU(i)->setText(GetSetting(QStringLiteral("Cantavox"), QStringLiteral("Recent Files"),
-                                      QString::number(i), QString()));
+        setMnuMRUCaption(i, GetSetting(QStringLiteral("Cantavox"), QStringLiteral("Recent Files"),
+                                       QString::number(i), QString()));
     visifyMRUlist();
 }
 
@@ -40,9 +51,9 @@ void frmMain::setMRUs() {
     FS_PROC(kModule, "Sub setMRUs");
     // An empty slot isn't written: its key keeps what it had.
     for (qint16 i = 1; i <= 4; ++i)
-        if (!mnuMRU(i)->text().isEmpty())
+        if (!mnuMRUCaption(i).isEmpty())
             SaveSetting(QStringLiteral("Cantavox"), QStringLiteral("Recent Files"),
-                        QString::number(i), mnuMRU(i)->text());
+                        QString::number(i), mnuMRUCaption(i));
     visifyMRUlist();
 }
 
@@ -50,7 +61,7 @@ void frmMain::visifyMRUlist() {
     FS_PROC(kModule, "Sub visifyMRUlist");
     bool any = false;
     for (qint16 i = 1; i <= 4; ++i) {
-        const bool shown = !mnuMRU(i)->text().isEmpty();
+        const bool shown = !mnuMRUCaption(i).isEmpty();
         mnuMRU(i)->setVisible(shown);
         any = any || shown;
     }
@@ -61,7 +72,7 @@ qint16 frmMain::foundInMRUs(const QString& fileName) {
     FS_PROC(kModule, "Function foundInMRUs", FS_ARG(fileName));
     const QString wanted = fileName.trimmed().toUpper();
     for (qint16 i = 1; i <= 4; ++i)
-        if (mnuMRU(i)->text().trimmed().toUpper() == wanted)
+        if (mnuMRUCaption(i).trimmed().toUpper() == wanted)
             return i;
     return 0;
 }
@@ -69,15 +80,15 @@ qint16 frmMain::foundInMRUs(const QString& fileName) {
 void frmMain::deleteMenuItem(qint16 position) {
     FS_PROC(kModule, "Sub deleteMenuItem", FS_ARG(position));
     for (qint16 i = position; i <= 3; ++i)
-        mnuMRU(i)->setText(mnuMRU(qint16(i + 1))->text());
-    mnuMRU(4)->setText(QString());
+        setMnuMRUCaption(i, mnuMRUCaption(qint16(i + 1)));
+    setMnuMRUCaption(4, QString());
 }
 
 void frmMain::bumpMRUs() {
     FS_PROC(kModule, "Sub bumpMRUs");
     for (qint16 i = 4; i >= 2; --i)
-        mnuMRU(i)->setText(mnuMRU(qint16(i - 1))->text());
-    mnuMRU(1)->setText(QString());
+        setMnuMRUCaption(i, mnuMRUCaption(qint16(i - 1)));
+    setMnuMRUCaption(1, QString());
 }
 
 void frmMain::addToMRUs(const QString& fileName) {
@@ -87,13 +98,13 @@ void frmMain::addToMRUs(const QString& fileName) {
     if (const qint16 at = foundInMRUs(fileName); at > 0)
         deleteMenuItem(at);
     bumpMRUs();
-    mnuMRU(1)->setText(fileName);
+    setMnuMRUCaption(1, fileName);
     setMRUs();
 }
 
 void frmMain::mnuMRU_Click(qint16 Index) {
     FS_PROC(kModule, "Sub mnuMRU_Click", FS_ARG(Index));
-    fs::ignoreErrors([&] { playWaveFile(mnuMRU(Index)->text()); });
+    fs::ignoreErrors([&] { playWaveFile(mnuMRUCaption(Index)); });
     fs::ignoreErrors([&] { changeToMode(QStringLiteral("Wave")); });
 }
 

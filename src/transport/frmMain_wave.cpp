@@ -189,7 +189,10 @@ void frmMain::sbTrackPos_Change() {
         return;
     currentMMControl->setWait(true);
     currentMMControl->setCommand(QStringLiteral("Stop"));
-    m_ui->WaveControl->setFrom(m_ui->sbTrackPos->value() * 1000);
+    if (cdView) {
+        // Placeholder: the CD transport sets CDControl's From from txtCurrentPosition here.
+    } else
+        m_ui->WaveControl->setFrom(m_ui->sbTrackPos->value() * 1000);
     currentMMControl->setWait(false);
     currentMMControl->setCommand(QStringLiteral("Play"));
     gvPlayRequested = true;
