@@ -16,6 +16,7 @@
 #include "library/RecordsetModel.h"
 #include "library/cdDrive.h"
 #include "library/dbUpgrade.h"
+#include "loops/loopPoints.h"
 #include "platform/AudioDevice.h"
 #include "platform/MMControl.h"
 #include "prefs/Preference.h"
@@ -23,6 +24,7 @@
 #include "shell/frmAbout.h"
 #include "shell/hints.h"
 #include "transform/digitalAudio.h"
+#include "transform/slowplayInterface.h"
 
 #include <QCloseEvent>
 #include <QDesktopServices>
@@ -94,6 +96,8 @@ frmMain::frmMain() : m_ui(std::make_unique<Ui::frmMain>()) {
 }
 
 frmMain::~frmMain() {
+    // The engine's end must find no window that is gone.
+    setSlowPlayCallbackHandler(nullptr);
     if (g_instance == this)
         g_instance = nullptr;
 }
@@ -181,6 +185,14 @@ void frmMain::connectMenus() {
     connect(m_ui->mnuFileOpen, &QAction::triggered, this,
             fs::trapped(kModule, "Sub mnuFileOpen_Click", [this] { mnuFileOpen_Click(); }));
     connectWaveTransport();
+    connectTransform();
+    connectKeyboard();
+    connect(m_ui->btnLoopPlay, &QPushButton::clicked, this,
+            fs::trapped(kModule, "Sub btnLoopPlay_Click", [this] { btnLoopPlay_Click(); }));
+    connect(m_ui->cmdStartNewLoop, &QPushButton::clicked, this,
+            fs::trapped(kModule, "Sub cmdStartNewLoop_Click", [this] { cmdStartNewLoop_Click(); }));
+    connect(m_ui->mnuMakeLoop, &QAction::triggered, this,
+            fs::trapped(kModule, "Sub mnuMakeLoop_Click", [this] { mnuMakeLoop_Click(); }));
 }
 
 // ---------------------------------------------------------------------------------------
@@ -193,7 +205,7 @@ void frmMain::Form_Load() {
     // The message window is called messageForm, so this is never true; kept as it stands.
     if (isLoaded(QStringLiteral("messagesForm")))
         Message(QStringLiteral("Loading Main Form"), QStringLiteral("Starting Cantavox"));
-    // Placeholder: the loops work creates the loopPoints collection here.
+    loopPointBuffer = std::make_unique<loopPoints>();
     m_ui->CDControl->setWait(false);
     gvDebugging = false;
     externBinPath = appDir() + QStringLiteral("/extern.bin");
@@ -278,9 +290,9 @@ bool frmMain::openLibrary() {
                                      this);
     loopsModel = new RecordsetModel(dtaLoopPoints,
                                     {{QStringLiteral("TrackNum"), QStringLiteral("Trk"), false},
-                                     {QStringLiteral("Comment"), QStringLiteral("Label/Comment")},
                                      {QStringLiteral("Chords"), QStringLiteral("Chords")},
-                                     {QStringLiteral("Lyrics"), QStringLiteral("Lyrics")}},
+                                     {QStringLiteral("Lyrics"), QStringLiteral("Lyrics")},
+                                     {QStringLiteral("Comment"), QStringLiteral("Label/Comment")}},
                                     this);
     showDiscRows();
     m_ui->tgTracks->setModel(tracksModel);
@@ -293,7 +305,11 @@ bool frmMain::openLibrary() {
     }
     m_ui->tgTracks->setColumnWidth(0, 40);
     m_ui->loopPoints->setColumnWidth(0, 40);
-    m_ui->loopPoints->setColumnWidth(1, 220);
+    m_ui->loopPoints->setColumnWidth(1, 140);
+    m_ui->loopPoints->setColumnWidth(2, 220);
+    m_ui->tgTracks->setRecordset(dtaTracks);
+    m_ui->loopPoints->setRecordset(dtaLoopPoints);
+    connectGrids();
     return true;
 }
 
@@ -414,7 +430,7 @@ void frmMain::Form_Unload(bool& Cancel) {
     // What the grids still hold is written, and the library closed with its log folded in.
     fs::ignoreErrors([&] { commitGridEdits(); });
     library::closeConnection(QString::fromLatin1(library::kMainConnection));
-    // Placeholder: the loops work releases the loopPoints collection here.
+    loopPointBuffer.reset();
     currentMMControl = nullptr;
     exitProgram(false);
 }
@@ -504,8 +520,12 @@ void frmMain::initSlowView() {
     FS_PROC(kModule, "Sub initSlowView");
     currentMMControl->hide();
     currentMMControl = m_ui->WaveControl;
-    if (m_ui->slSlowPct_0->value() == 0)
+    if (m_ui->slSlowPct_0->value() == 0) {
+        // Set by code: this runs no transformation of its own.
+        sliderUpdating = true;
         m_ui->slSlowPct_0->setValue(50);
+        sliderUpdating = false;
+    }
     m_ui->txtSlowPct_0->setText(QString::number(m_ui->slSlowPct_0->value()));
     currentMMControl->setWait(true);
     currentMMControl->setCommand(QStringLiteral("Close"));
@@ -545,11 +565,13 @@ bool frmMain::saveCurrentStatus() {
     savedWaveFile = m_ui->WaveControl->FileName();
     savedView = currentView;
     savedCdView = cdView;
-    // Placeholder: the loops work reads startTime of dtaLoopPoints' current row into
-    // prevStartTime; until loops exist there is never a current loop.
-    Prompts::msgBox(QStringLiteral("There are no loop points created. Please make at least one "
-                                   "loop point before continuing"));
-    return false;
+    if (dtaLoopPoints->isBOF() || dtaLoopPoints->isEOF()) {
+        Prompts::msgBox(QStringLiteral("There are no loop points created. Please make at least "
+                                       "one loop point before continuing"));
+        return false;
+    }
+    prevStartTime = dtaLoopPoints->field(QStringLiteral("startTime")).toInt();
+    return true;
 }
 
 void frmMain::auxiliaryFormAdjust() {
@@ -679,11 +701,17 @@ void frmMain::mnuWaveView_Click() {
 
 void frmMain::cmdPrevView_Click() {
     FS_PROC(kModule, "Sub cmdPrevView_Click");
+    stopDLL();
     if (savedCdView)
         mnuChooseView_Click(savedView);
     else
         changeToMode(QStringLiteral("Wave"));
-    // Placeholder: the SlowPlay flow refreshes loopPoints and finds prevStartTime again.
+    // The loop that was transformed is the current one again.
+    dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {prevStartTime});
+    if (loopsModel)
+        loopsModel->reload();
+    if (!dtaLoopPoints->NoMatch() && !dtaLoopPoints->isEOF())
+        m_ui->loopPoints->setCurrentIndex(loopsModel->index(dtaLoopPoints->AbsolutePosition(), 0));
     if (QWidget* trim = findLoadedForm(QStringLiteral("frmTrim")))
         unloadForm(trim);
 }

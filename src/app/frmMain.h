@@ -4,7 +4,9 @@
 #include <QPointer>
 #include <QString>
 #include <QTimer>
+#include <atomic>
 #include <memory>
+#include <optional>
 
 class MMControl;
 class QLabel;
@@ -12,6 +14,7 @@ class QAction;
 class QDateTime;
 class Recordset;
 class RecordsetModel;
+class loopPoints;
 
 namespace Ui {
 class frmMain;
@@ -103,13 +106,95 @@ public:
     void sbTrackPos_Change();
     void playFromLoopOn();
 
-    // --- Loops (what the wave transport calls of them) ----------------------------------
-    void playLoop();
+    // --- Loops: marks, in and out points, loop playback (loops/frmMain_loops.cpp) --------
+    bool insertNewLoopPoint();
+    void fastInsert(qint32 pos);
+    void insertLoopPt(const QString& startTimeMs, const QString& startTimeTTMMSS, qint32 endtimeMs);
+    // True if the selected loop can't be played; otherwise in1 and out1 hold its ends.
+    bool calcInAndOutPoints(qint32& in1, qint32& out1);
+    void playLoop(bool recalcInAndOutPoints, std::optional<qint32> myInPt = std::nullopt,
+                  std::optional<qint32> myOutPt = std::nullopt);
     void btnLoopPlay_Click();
-    void highlightLoopPoint();
+    void cmdStartNewLoop_Click();
+    void mnuMakeLoop_Click();
+    void cmdSlowPlayAdjust();
     void showLoopDetails();
-    // Counts natural ends that restarted an armed loop (read by tests until loops play).
-    int loopRestarts = 0;
+
+    // --- Trim window's partners on the main window (loops/frmMain_trim.cpp) --------------
+    void setupTrimFormsForSlowdown();
+    void adjustTrimForm();
+
+    // --- Grids (library/frmMain_grids.cpp) -----------------------------------------------
+    void tgTracks_BeforeColEdit(int ColIndex, int KeyAscii, bool& Cancel);
+    void tgTracks_Click();
+    void tgTracks_DblClick();
+    void tgTracks_MouseUp(int Button);
+    void tgTracks_RowColChange();
+    void dtaTracks_Reposition();
+    void dtaTracks_Error(int DataErr, int& Response);
+    void mnuTrackGridPopup_Click();
+    void setMnuTrackGripPopupState();
+    bool trackHighlighting();
+    void highlightTrackInGrid(qint16 track);
+    void loopPoints_BeforeColEdit(int ColIndex, int KeyAscii, bool& Cancel);
+    void loopPoints_Click();
+    void looppoints_dblclick();
+    void loopPoints_keyup(int KeyCode, int Shift);
+    void LoopPoints_MouseUp(int Button);
+    void loopPoints_RowColChange();
+    void dtaLoopPoints_Reposition();
+    void dtaLoopPoints_Error(int DataErr, int& Response);
+    void highlightLoopPoint();
+    void mnuLoopHelp_Click();
+
+    // --- Keyboard (transport/frmMain_keyboard.cpp) ---------------------------------------
+    void Form_KeyDown(int& KeyCode, int Shift);
+    void Form_KeyPress(int& KeyAscii);
+    void Comments_KeyPress(int& KeyAscii);
+
+    // --- Disc transport entries the grids call (placeholders until the CD transport) ----
+    void switchToTrack(qint16 x);
+    void playFromTrack(qint16 x);
+
+    // --- Transformation: the engine's procedures and the SlowPlay flow
+    //     (transform/frmMain_slowPlay.cpp) ---------------------------------------------
+    bool slowItDown(double factor, double pitchfactor);
+    qint16 doMFslowdown(double factor, double pitchfactor);
+    void stopDLL();
+    qint16 calcBands();
+    bool openSlowdownFile();
+    bool TempWavPresent();
+    void tmrLoopDLL_Timer();
+    void graphicEnableToggle(bool enabled);
+    void cmdSlowPlay_Click();
+    void cmdSlowPlay_MouseUp(int Button);
+    void playSlowDownLoop();
+    void slowControl_GotFocus();
+    void slowControl_PlayClick(bool& Cancel);
+    void slowControl_StopClick(bool& Cancel);
+    void mnuSaveSlowedDownFile_Click();
+    void recordCurrentLoop();
+    void extractCurrentLoop();
+
+    // --- Speed and pitch (transform/frmMain_speedPitch.cpp) ------------------------------
+    qint16 lstPct();
+    qint16 lstPitchChange();
+    void saveCurrentPct();
+    void saveCurrentPitchChange();
+    double calcPitchFactor();
+    void pitchChangeTextFieldsFill();
+    void changeTransformParameters();
+    void completetxtSlowPctEntry(int Index);
+    void slSlowPct_Change(int Index);
+    void slSlowPct_Scroll(int Index);
+    void slSlowPct_MouseDown(int Index);
+    void slSlowPct_MouseUp(int Index);
+    void txtSlowPct_KeyDown(int Index, int& KeyCode);
+    void tmrSliderFreedom_Timer();
+    void lblSteps_Click(int Index);
+    // The five speed labels: 20, 33, 50, 100 and 200 percent.
+    void speedLabel_Click(qint16 percent);
+    static qint16 roundPct(qint16 rawPct);
 
     // --- Wave file catalogue -----------------------------------------------------------
     void mnuFileOpen_Click();
@@ -154,6 +239,35 @@ public:
 
     // Form state.
     QPointer<MMControl> currentMMControl;
+    // The marks of live loop marking; empty except while "Make Loop Points" is open.
+    std::unique_ptr<loopPoints> loopPointBuffer;
+    // The loop now in force, milliseconds.
+    qint32 inPt = 0;
+    qint32 outPt = 0;
+    // Where the trim sliders and the graph's markers stood, as parts of the sound's length,
+    // across a change of speed.
+    float trimStartFraction = 0;
+    float trimEndFraction = 0;
+    float graphStartFraction = 0;
+    float graphEndFraction = 0;
+    // Speed in percent of the original, pitch change in cents.
+    qint16 slowDownPercent = 50;
+    qint16 pitchChange = 0;
+    // Code is setting the speed and pitch sliders / the mouse is down on one.
+    bool sliderUpdating = false;
+    bool sliderDragging = false;
+    // The speed factor of the last finished start of the engine.
+    double lastFactor = 0;
+    // Channel count of the scratch file "temp.wav", and the ratio between positions in the
+    // graph and in the file.
+    qint16 tempWavChannels = 0;
+    float expFactor = 1;
+    // 200 ms after the engine's end: opens the result and loops it. Its tag says whether
+    // the next end is wanted ("LOOP") or not ("STOP").
+    QTimer tmrLoopDLL;
+    QString tmrLoopDLLTag;
+    // Gives the speed and pitch sliders back to the mouse 300 ms after a release.
+    QTimer tmrSliderFreedom;
     bool cdView = true;
     qint32 currentView = 1;
     qint32 savedView = 1;
@@ -176,7 +290,16 @@ private:
     bool openLibrary();
     void connectMenus();
     void connectWaveTransport();
+    void connectTransform();
+    void connectGrids();
+    void connectKeyboard();
+    // On the UI thread, for the engine's end of job number job.
+    void slowPlayCallbackArrived(int job);
+    // The number of the engine job whose end is wanted; any other job's end is stale.
+    std::atomic<int> m_engineJob{0};
     QString dialogDirectory;
+    class QMenu* m_trackGridPopup = nullptr;
+    class KeyPreview* m_keyPreview = nullptr;
     std::unique_ptr<Ui::frmMain> m_ui;
     bool m_unloading = false;
 };

@@ -13,6 +13,8 @@ bool gvDigitalRecordingOK = false;
 qint16 gvDriveCount = 0;
 qint16 gvDisplayQuality = 20;
 bool gvKeyForwarding = false;
+bool gvSlowFileReady = false;
+bool suppressTrackHighlight = false;
 
 qint16 gvRecordingChannels = 1;
 qint32 gvTrueSampleRate = 44100;
@@ -47,6 +49,8 @@ void resetGlobals() {
     gvDriveCount = 0;
     gvDisplayQuality = 20;
     gvKeyForwarding = false;
+    gvSlowFileReady = false;
+    suppressTrackHighlight = false;
     gvRecordingChannels = 1;
     gvTrueSampleRate = 44100;
     gvSamplesPerMs = 44.1f;

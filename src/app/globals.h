@@ -17,10 +17,14 @@ extern bool gvDebugging;
 extern bool gvRecordingLoop;
 extern bool gvPlayRequested;
 extern qint16 gvHighlightedTrack;
+// Keeps the tracks grid from following the music; cleared at start and never set for now.
+extern bool suppressTrackHighlight;
 extern bool gvDigitalRecordingOK;
 extern qint16 gvDriveCount;
 extern qint16 gvDisplayQuality;
 extern bool gvKeyForwarding;
+// "tempslow.wav" is complete and WaveControl plays it.
+extern bool gvSlowFileReady;
 
 // The recording format in force (getRecordingSubPrefs).
 extern qint16 gvRecordingChannels;

@@ -97,7 +97,8 @@ void messages2::btnCancel_Click() {
             main->changeToMode(QStringLiteral("CD"));
         unloadForm(this);
     } else if (m_source == u"MF") {
-        stopDLL();
+        if (frmMain* main = frmMain::instance())
+            main->stopDLL();
         unloadForm(this);
     } else {
         unloadForm(this);

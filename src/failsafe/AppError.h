@@ -26,6 +26,7 @@ constexpr int DiskFull = 61;
 constexpr int PermissionDenied = 70;
 constexpr int PathFileAccessError = 75;
 constexpr int PathNotFound = 76;
+constexpr int KeyAlreadyAssociated = 457;
 constexpr int ObjectVariableNotSet = 91;
 constexpr int InvalidPropertyValue = 380;
 constexpr int NoCurrentRecord = 3021;

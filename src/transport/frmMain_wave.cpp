@@ -92,7 +92,7 @@ void frmMain::WaveControl_Done(int NotifyCode) {
         if (gvInSlowPlay && isLoaded(QStringLiteral("frmScrollTime"))) {
             // Placeholder: the graph window's mnuRefresh_Click clears its markers here.
         }
-        playLoop();
+        playLoop(false);
     }
     if (gvRecordingLoop) {
         // The capture has ended: the recorded sound reaches the disk only now.
@@ -138,7 +138,9 @@ void frmMain::updatePosition() {
     MMControl* w = m_ui->WaveControl;
     if (!gvInSlowPlay) {
         m_ui->txtCurrentPosition->setText(mmss(w->Position()));
-        highlightLoopPoint();
+        // The row follows the music in straight play only; a looping loop stays selected.
+        if (gvPlayRequested)
+            highlightLoopPoint();
         // The scroll bar follows without being taken for a drag by the user.
         const QSignalBlocker block(m_ui->sbTrackPos);
         m_ui->sbTrackPos->setValue(w->Position() / 1000);

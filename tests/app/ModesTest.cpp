@@ -69,7 +69,9 @@ TEST_F(Modes, CdModeShowsTheDiscControls) {
 }
 
 TEST_F(Modes, SlowPlayAndBackFollowTheTableAndKeepTheWayBack) {
+    m->sliderUpdating = true;
     u->slSlowPct_0->setValue(0);
+    m->sliderUpdating = false;
     m->changeToMode(QStringLiteral("SlowPlay"));
     EXPECT_TRUE(gvInSlowPlay);
     EXPECT_TRUE(m->cdView) << "cdView keeps its value across SlowPlay";
@@ -91,7 +93,9 @@ TEST_F(Modes, SlowPlayAndBackFollowTheTableAndKeepTheWayBack) {
 }
 
 TEST_F(Modes, SlowPlayKeepsASpeedThatIsAlreadySet) {
+    m->sliderUpdating = true;
     u->slSlowPct_0->setValue(70);
+    m->sliderUpdating = false;
     m->changeToMode(QStringLiteral("slowplay"));
     EXPECT_TRUE(gvInSlowPlay) << "mode names compare without regard to case";
     EXPECT_EQ(u->slSlowPct_0->value(), 70);

@@ -193,7 +193,7 @@ TEST(Shutdown, FileExitRemovesScratchFilesAndEndsOnceThroughOneUnload) {
     const QString log = readAll(home.file(QStringLiteral("trace.log")));
     EXPECT_EQ(callsOf(log, QStringLiteral("Sub exitProgram")), 2);
     EXPECT_EQ(callsOf(log, QStringLiteral("Sub Form_Unload")), 1);
-    EXPECT_EQ(callsOf(log, QStringLiteral("Sub MFPlayFileCleanUp")), 1);
+    EXPECT_EQ(callsOf(log, QStringLiteral("Function MFPlayFileCleanUp")), 1);
     EXPECT_EQ(callsOf(log, QStringLiteral("Sub closeAllForms")), 1);
 }
 

@@ -71,8 +71,11 @@ protected:
     // What the loops grid shows: its rows and the comment column.
     QStringList gridComments() const {
         QStringList c;
-        for (int r = 0; r < u->loopPoints->verticalHeader()->count(); ++r)
-            c << u->loopPoints->model()->index(r, 1).data().toString();
+        const QAbstractItemModel* grid = u->loopPoints->model();
+        // The grid's columns, in the order the musician reads them.
+        EXPECT_EQ(grid->headerData(3, Qt::Horizontal).toString(), u"Label/Comment");
+        for (int r = 0; r < grid->rowCount(); ++r)
+            c << grid->index(r, 3).data().toString();
         return c;
     }
     QString lastPrompt() const {

@@ -1,0 +1,127 @@
+// A loop of 2 s repeating 100 times, driven by the loop logic of the main window (Play
+// Selected Loop, then each natural end's Done event plays the loop again), on the null sound
+// device. Figures: silent frames inserted at the joins (target 0), and the sound played
+// against 100 passes of the loop. The device runs 5 times faster than real time so that the
+// 200 s of sound take 40 s; the repetition's grace for an answer is measured in real time,
+// so this is the harder case.
+#include "app/AppPaths.h"
+#include "app/CantavoxApplication.h"
+#include "app/Main.h"
+#include "app/Prompts.h"
+#include "app/frmMain.h"
+#include "app/globals.h"
+#include "app/stateVariable.h"
+#include "library/Recordset.h"
+#include "platform/AudioDevice.h"
+#include "platform/MMControl.h"
+#include "platform/WaveDevice.h"
+#include "ui_frmMain.h"
+
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <cmath>
+#include <cstdio>
+#include <sndfile.h>
+#include <vector>
+
+namespace {
+
+constexpr int kRate = 44100;
+constexpr int kPasses = 100;
+constexpr qint32 kIn = 1000;
+constexpr qint32 kOut = 3000;
+
+bool writeTone(const QString& path, int seconds) {
+    SF_INFO info{};
+    info.samplerate = kRate;
+    info.channels = 2;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &info);
+    if (!sf)
+        return false;
+    std::vector<short> frames(size_t(kRate) * seconds * 2);
+    for (size_t i = 0; i < frames.size() / 2; ++i)
+        frames[i * 2] = frames[i * 2 + 1] = short(6000 * std::sin(2 * M_PI * 330.0 * i / kRate));
+    const bool ok = sf_writef_short(sf, frames.data(), sf_count_t(frames.size() / 2)) ==
+                    sf_count_t(frames.size() / 2);
+    return sf_close(sf) == 0 && ok;
+}
+
+void waitUntil(const std::function<bool()>& done, int timeoutMs) {
+    QElapsedTimer t;
+    t.start();
+    while (!done() && t.elapsed() < timeoutMs) {
+        QEventLoop loop;
+        QTimer::singleShot(10, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QTemporaryDir home;
+    qputenv("CANTAVOX_HOME", home.path().toUtf8());
+    qputenv("CANTAVOX_AUDIO", "null");
+    qputenv("CANTAVOX_NULL_RATE", "5");
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    CantavoxApplication app(argc, argv);
+    Prompts::setScripted(true);
+    Main();
+    waitUntil([] { return frmMain::instance() && frmMain::instance()->isVisible(); }, 5000);
+    frmMain* m = frmMain::instance();
+    if (!m) {
+        std::fprintf(stderr, "the main window did not come up\n");
+        return 1;
+    }
+    const QString file = appDir() + QStringLiteral("/loop source.wav");
+    if (!writeTone(file, 10)) {
+        std::fprintf(stderr, "could not write %s\n", qPrintable(file));
+        return 1;
+    }
+    Prompts::pushAnswer(file);
+    m->mnuFileOpen_Click();
+    MMControl* w = m->ui()->WaveControl;
+    if (m->cdView || w->Error() != 0) {
+        std::fprintf(stderr, "the file did not open: %s\n", qPrintable(w->ErrorMessage()));
+        return 1;
+    }
+    Recordset* loops = m->dtaLoopPoints;
+    loops->AddNew();
+    loops->setField(QStringLiteral("waveFileID"), m->WAVs->field(QStringLiteral("waveFileID")));
+    loops->setField(QStringLiteral("startTime"), kIn);
+    loops->setField(QStringLiteral("endTime"), kOut);
+    loops->Update();
+    loops->Requery();
+    loops->FindFirst(QStringLiteral("startTime = ?"), {kIn});
+
+    int passes = 0;
+    QObject::connect(w, &MMControl::Done, [&](int code) {
+        if (code == MMControl::NotifySuccessful)
+            ++passes;
+    });
+    m->btnLoopPlay_Click();
+    auto* device = static_cast<WaveDevice*>(w->device());
+    QElapsedTimer wall;
+    wall.start();
+    waitUntil([&] { return passes >= kPasses; }, 200000);
+    const double seconds = wall.elapsed() / 1000.0;
+    AudioDevice* audio = device->audio();
+    const qint64 silent = audio ? audio->joinSilentFrames() : -1;
+    const qint64 played = audio ? audio->framesPlayed() : 0;
+    m->togglePlayState();
+
+    const double expected = double(kPasses) * (kOut - kIn) / 1000.0 * kRate;
+    std::printf("loop of %d ms repeated %d times in %.1f s (device at 5x real time)\n", kOut - kIn,
+                passes, seconds);
+    std::printf("%-44s %9lld     (target 0)\n", "silent frames inserted at joins",
+                static_cast<long long>(silent));
+    std::printf("%-44s %9.3f     (100 passes of the loop = 1.000)\n", "sound played / 100 passes",
+                double(played) / expected);
+    exitProgram(false);
+    return passes >= kPasses && silent == 0 ? 0 : 1;
+}

@@ -1,0 +1,38 @@
+// The main window's side of the trim window across a change of speed: a trimmed stretch is
+// kept as the same part of the sound when the slowed-down file changes length.
+#include "app/Forms.h"
+#include "app/frmMain.h"
+#include "failsafe/modFailSafe.h"
+#include "loops/frmTrim.h"
+
+#include <QSlider>
+#include <cmath>
+
+namespace {
+const char* const kModule = "main form";
+}
+
+void frmMain::setupTrimFormsForSlowdown() {
+    FS_PROC(kModule, "Sub setupTrimFormsForSlowdown");
+    if (frmTrim* trim = formIfLoaded<frmTrim>()) {
+        trimStartFraction =
+            static_cast<float>(trim->slStart(0)->value()) / trim->slStart(0)->maximum();
+        trimEndFraction =
+            static_cast<float>(trim->slStart(1)->value()) / trim->slStart(1)->maximum();
+    }
+    if (isLoaded(QStringLiteral("frmScrollTime"))) {
+        // Placeholder: the graph window's markers give graphStartFraction/graphEndFraction.
+    }
+}
+
+void frmMain::adjustTrimForm() {
+    FS_PROC(kModule, "Sub adjustTrimForm");
+    frmTrim* trim = formIfLoaded<frmTrim>();
+    if (!trim)
+        return;
+    trim->setTrimLimits();
+    trim->slStart(0)->setValue(
+        static_cast<int>(std::lround(trim->slStart(0)->maximum() * double(trimStartFraction))));
+    trim->slStart(1)->setValue(
+        static_cast<int>(std::lround(trim->slStart(1)->maximum() * double(trimEndFraction))));
+}

@@ -1,0 +1,501 @@
+// The Transform button and mode "SlowPlay": the selected loop becomes the scratch file
+// "temp.wav", the time-scale engine turns it into "tempslow.wav" at the loop's speed and
+// pitch (heard while it is computed in real time), and the finished file loops as plain
+// playback. The engine's end comes from its own thread and only ever arms tmrLoopDLL.
+#include "app/AppPaths.h"
+#include "app/Forms.h"
+#include "app/Messages.h"
+#include "app/MouseUpWatcher.h"
+#include "app/Prompts.h"
+#include "app/Support.h"
+#include "app/TimeFormats.h"
+#include "app/frmMain.h"
+#include "app/globals.h"
+#include "app/stateVariable.h"
+#include "failsafe/AppError.h"
+#include "failsafe/modFailSafe.h"
+#include "library/Recordset.h"
+#include "library/RecordsetModel.h"
+#include "platform/MMControl.h"
+#include "platform/WaveSection.h"
+#include "transform/slowplayInterface.h"
+#include "ui_frmMain.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QGuiApplication>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSlider>
+#include <QTableView>
+#include <cmath>
+
+namespace {
+const char* const kModule = "main form";
+
+QString scratch(const char* name) {
+    return appDir() + u'/' + QString::fromLatin1(name);
+}
+
+void stage(const char* name) {
+    if (gvDebugging)
+        Message2(QString::fromLatin1(name));
+}
+
+QString errorInProcedure(int number, const char* procedure) {
+    return QStringLiteral("Error %1occurred in procedure %2\n\nPlease send email with the error "
+                          "description to %3. Thank you.")
+        .arg(number)
+        .arg(QString::fromLatin1(procedure), supportAddress());
+}
+} // namespace
+
+// ---------------------------------------------------------------------------------------
+// Wiring
+
+void frmMain::connectTransform() {
+    Ui::frmMain& u = *m_ui;
+    tmrLoopDLL.setSingleShot(false);
+    connect(&tmrLoopDLL, &QTimer::timeout, this,
+            fs::trapped(kModule, "Sub tmrLoopDLL_Timer", [this] { tmrLoopDLL_Timer(); }));
+    connect(
+        &tmrSliderFreedom, &QTimer::timeout, this,
+        fs::trapped(kModule, "Sub tmrSliderFreedom_Timer", [this] { tmrSliderFreedom_Timer(); }));
+    // The engine's end arrives on its worker thread: it is handed to the UI thread as it is,
+    // with the number of the job it belongs to, and looked at only there.
+    setSlowPlayCallbackHandler([this](int) {
+        const int job = m_engineJob.load();
+        QMetaObject::invokeMethod(
+            this, [this, job] { slowPlayCallbackArrived(job); }, Qt::QueuedConnection);
+    });
+
+    const std::pair<QSlider*, int> sliders[] = {{u.slSlowPct_0, 0}, {u.slSlowPct_1, 1}};
+    for (const auto& [slider, index] : sliders) {
+        // Change comes at the end of a drag (or a step by key or page click); Scroll follows
+        // the mouse.
+        slider->setTracking(false);
+        connect(slider, &QSlider::valueChanged, this,
+                fs::trapped(kModule, "Sub slSlowPct_Change",
+                            [this, i = index] { slSlowPct_Change(i); }));
+        connect(slider, &QSlider::sliderMoved, this,
+                fs::trapped(kModule, "Sub slSlowPct_Scroll",
+                            [this, i = index] { slSlowPct_Scroll(i); }));
+        connect(slider, &QSlider::sliderPressed, this,
+                fs::trapped(kModule, "Sub slSlowPct_MouseDown",
+                            [this, i = index] { slSlowPct_MouseDown(i); }));
+        connect(slider, &QSlider::sliderReleased, this,
+                fs::trapped(kModule, "Sub slSlowPct_MouseUp",
+                            [this, i = index] { slSlowPct_MouseUp(i); }));
+    }
+    const std::pair<QLineEdit*, int> fields[] = {
+        {u.txtSlowPct_0, 0}, {u.txtSlowPct_1, 1}, {u.txtSlowPct_2, 2}};
+    for (const auto& [field, index] : fields)
+        connect(field, &QLineEdit::returnPressed, this,
+                fs::trapped(kModule, "Sub txtSlowPct_KeyDown", [this, i = index] {
+                    int key = 13;
+                    txtSlowPct_KeyDown(i, key);
+                }));
+    const std::pair<QLabel*, qint16> speeds[] = {{u.lbl1005Speed, 20},
+                                                 {u.lbl1003Speed, 33},
+                                                 {u.lbl1002, 50},
+                                                 {u.lblOriginalSpeed, 100},
+                                                 {u.lblDoubleSpeed, 200}};
+    for (const auto& [label, percent] : speeds)
+        MouseUpWatcher::watch(label, [this, p = percent](int button) {
+            if (button == 1)
+                fs::trap(kModule, "Sub lblSpeed_Click", [&] { speedLabel_Click(p); });
+        });
+    for (int i = 0; i <= 24; ++i) {
+        auto* label = findChild<QLabel*>(QStringLiteral("lblSteps_%1").arg(i));
+        if (!label)
+            continue;
+        label->setCursor(Qt::PointingHandCursor);
+        MouseUpWatcher::watch(label, [this, i](int button) {
+            if (button == 1)
+                fs::trap(kModule, "Sub lblSteps_Click", [&] { lblSteps_Click(i); });
+        });
+    }
+    connect(u.cmdSlowPlay, &QPushButton::clicked, this,
+            fs::trapped(kModule, "Sub cmdSlowPlay_Click", [this] { cmdSlowPlay_Click(); }));
+    MouseUpWatcher::watch(u.cmdSlowPlay, [this](int button) {
+        fs::trap(kModule, "Sub cmdSlowPlay_MouseUp", [&] { cmdSlowPlay_MouseUp(button); });
+    });
+    connect(u.mnuSaveSlowedDownFile, &QAction::triggered, this,
+            fs::trapped(kModule, "Sub mnuSaveSlowedDownFile_Click",
+                        [this] { mnuSaveSlowedDownFile_Click(); }));
+    MMControl* slow = u.slowControl;
+    connect(slow, &MMControl::PlayClick, this, [this](bool& Cancel) {
+        fs::trap(kModule, "Sub slowControl_PlayClick", [&] { slowControl_PlayClick(Cancel); });
+    });
+    connect(slow, &MMControl::StopClick, this, [this](bool& Cancel) {
+        fs::trap(kModule, "Sub slowControl_StopClick", [&] { slowControl_StopClick(Cancel); });
+    });
+    connect(slow, &MMControl::GotFocus, this,
+            fs::trapped(kModule, "Sub slowControl_GotFocus", [this] { slowControl_GotFocus(); }));
+}
+
+void frmMain::slowPlayCallbackArrived(int job) {
+    // A job stopped or replaced since it ended changes nothing.
+    if (job != m_engineJob.load())
+        return;
+    if (tmrLoopDLLTag == u"LOOP") {
+        tmrLoopDLL.start(200);
+    } else {
+        tmrLoopDLL.stop();
+    }
+}
+
+// ---------------------------------------------------------------------------------------
+// The engine's procedures
+
+qint16 frmMain::calcBands() {
+    FS_PROC(kModule, "Function calcBands");
+    // More bands, more time: quality 1 gives 512, 2 gives 1024, 3 gives 2048.
+    return checkedInt16(static_cast<qint64>(256.0 * std::pow(2.0, gvSoundQuality)));
+}
+
+bool frmMain::TempWavPresent() {
+    FS_PROC(kModule, "Function TempWavPresent");
+    if (!QFile::exists(scratch("temp.wav")))
+        Prompts::msgBox(QStringLiteral(
+            "Recording did not succeed. Please switch Recording settings and try again."));
+    return QFile::exists(scratch("temp.wav"));
+}
+
+bool frmMain::slowItDown(double factor, double pitchfactor) {
+    FS_PROC(kModule, "Function slowItDown", FS_ARG(factor), FS_ARG(pitchfactor));
+    if (!gvRealtime) {
+        setPanelText(QStringLiteral("pnlMsg"),
+                     QStringLiteral("Changing selection speed and/or pitch..."));
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+        QApplication::processEvents();
+    }
+    MMControl* w = m_ui->WaveControl;
+    if (!w->FileName().isEmpty()) {
+        // The engine writes the file the control would otherwise hold open.
+        w->setWait(true);
+        w->setCommand(QStringLiteral("Close"));
+    }
+    fs::ignoreErrors([&] { stopDLL(); });
+    if (!gvRealtime && QFile::exists(scratch("tempslow.wav")))
+        QFile::remove(scratch("tempslow.wav"));
+    const qint16 code = doMFslowdown(factor, pitchfactor);
+    if (!gvRealtime)
+        QGuiApplication::restoreOverrideCursor();
+    if (code == 0 || code == 1)
+        return true;
+    Prompts::msgBox(QStringLiteral("The slowdown process failed with error code %1. Please try "
+                                   "again. If that doesn't work, please contact %2. Thanks.")
+                        .arg(code)
+                        .arg(supportAddress()));
+    changeToMode(QStringLiteral("CD"));
+    return false;
+}
+
+qint16 frmMain::doMFslowdown(double factor, double pitchfactor) {
+    FS_PROC(kModule, "Function doMFslowdown", FS_ARG(factor), FS_ARG(pitchfactor));
+    qint16 result = 0;
+    qint16 bands = 0;
+    MMControl* w = m_ui->WaveControl;
+    fs::ignoreErrors([&] { QFile::remove(scratch("tempslow.wav")); });
+    fs::ignoreErrors([&] { bands = calcBands(); });
+    fs::ignoreErrors([&] {
+        if (!w->FileName().isEmpty()) {
+            w->setWait(true);
+            w->setCommand(QStringLiteral("Close"));
+        }
+    });
+    fs::ignoreErrors([&] { gvSlowFileReady = false; });
+    fs::ignoreErrors([&] {
+        tmrLoopDLL.stop();
+        tmrLoopDLLTag = QStringLiteral("LOOP");
+        // The end of this job, and of no earlier one, is wanted.
+        ++m_engineJob;
+    });
+    fs::ignoreErrors([&] {
+        if (gvRealtime) {
+            result = static_cast<qint16>(MFPlayFileStart(scratch("temp.wav"), pitchfactor, factor,
+                                                         bands, 1, scratch("tempslow.wav"), 1,
+                                                         gvChannelToTransform));
+            Pause(0.2f);
+            gvSlowFileReady = false;
+        } else {
+            Message2(QStringLiteral("Changing loop speed and/or pitch."), QStringLiteral("MF"));
+            result = static_cast<qint16>(MFPlayFileStart(scratch("temp.wav"), pitchfactor, factor,
+                                                         bands, 1, scratch("tempslow.wav"), 0,
+                                                         gvChannelToTransform));
+        }
+    });
+    return result;
+}
+
+void frmMain::stopDLL() {
+    FS_PROC(kModule, "Sub stopDLL");
+    // The tag is written before the engine is stopped: its late end then changes nothing.
+    fs::ignoreErrors([&] {
+        tmrLoopDLLTag = QStringLiteral("STOP");
+        ++m_engineJob;
+    });
+    fs::ignoreErrors([&] { tmrLoopDLL.stop(); });
+    fs::ignoreErrors([&] { MFPlayFileStop(); });
+    fs::ignoreErrors([&] { Pause(0.2f); });
+}
+
+void frmMain::tmrLoopDLL_Timer() {
+    FS_PROC(kModule, "Sub tmrLoopDLL_Timer");
+    Message2(QStringLiteral("off"), QString());
+    tmrLoopDLL.stop();
+    sliderUpdating = true;
+    m_ui->slSlowPct_0->setValue(slowDownPercent);
+    sliderUpdating = false;
+    MMControl* w = m_ui->WaveControl;
+    if (tmrLoopDLLTag.compare(u"LOOP", Qt::CaseInsensitive) == 0) {
+        gvSlowFileReady = true;
+        if (!w->FileName().isEmpty()) {
+            w->setWait(true);
+            w->setCommand(QStringLiteral("Close"));
+        }
+        w->setFileName(scratch("tempslow.wav"));
+        w->setWait(true);
+        w->setCommand(QStringLiteral("Open"));
+        ms();
+        if (isLoaded(QStringLiteral("frmScrollTime"))) {
+            // Placeholder: the graph window's markers take back their pixels and give From/To.
+            w->setFrom(0);
+            w->setTo(w->Length());
+        } else {
+            w->setFrom(0);
+            w->setTo(w->Length());
+        }
+        btnLoopPlay_Click();
+    } else {
+        gvSlowFileReady = false;
+    }
+    graphicEnableToggle(gvSlowFileReady);
+}
+
+bool frmMain::openSlowdownFile() {
+    FS_PROC(kModule, "Function openSlowdownFile");
+    MMControl* w = m_ui->WaveControl;
+    ms();
+    m_ui->sbTrackPos->setMaximum(checkedInt16(static_cast<qint64>(w->Length() / 1000)));
+    setPanelText(QStringLiteral("pnlLoopLength"),
+                 QStringLiteral("Loop Length: ") + mmss(w->Length()));
+    w->setFrom(0);
+    w->setTo(w->Length());
+    m_ui->cmdGraphic->setEnabled(true);
+    adjustTrimForm();
+    // Placeholder: the graph window's adjustGraph follows here.
+    return true;
+}
+
+void frmMain::graphicEnableToggle(bool enabled) {
+    FS_PROC(kModule, "Sub graphicEnableToggle", FS_ARG(enabled));
+    // The graph reads the finished file; while it's being made there is nothing to show.
+    m_ui->cmdGraphic->setEnabled(enabled);
+}
+
+// ---------------------------------------------------------------------------------------
+// The SlowPlay flow
+
+void frmMain::cmdSlowPlay_Click() {
+    FS_PROC(kModule, "Sub cmdSlowPlay_Click");
+    stage("stage 1");
+    gvSlowFileReady = false;
+    graphicEnableToggle(false);
+    stage("stage 2");
+    stage("stage 3");
+    stage("stage 4");
+    if (playing()) {
+        currentMMControl->setWait(true);
+        currentMMControl->setCommand(QStringLiteral("Stop"));
+    }
+    if (!saveCurrentStatus())
+        return;
+    stage("stage 5");
+    int count = 0;
+    fs::ignoreErrors([&] {
+        auto clone = dtaLoopPoints->Clone();
+        clone->MoveLast();
+        count = clone->RecordCount();
+    });
+    if (count == 0) {
+        Prompts::msgBox(QStringLiteral(
+            "The Transform button plays the current loop back at a slower rate. In order to use "
+            "this feature, you must first create at least one loop point using the Make Loop "
+            "Point button."));
+        return;
+    }
+    lastFactor = 0;
+    sliderUpdating = true;
+    stage("stage 6");
+    slowDownPercent = lstPct();
+    pitchChange = lstPitchChange();
+    m_ui->slSlowPct_0->setValue(slowDownPercent);
+    m_ui->txtSlowPct_0->setText(QString::number(slowDownPercent));
+    m_ui->slSlowPct_1->setValue(pitchChange);
+    pitchChangeTextFieldsFill();
+    sliderUpdating = false;
+    recordCurrentLoop();
+}
+
+void frmMain::recordCurrentLoop() {
+    FS_PROC(kModule, "Sub recordCurrentLoop");
+    try {
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+        if (cdView) {
+            QGuiApplication::restoreOverrideCursor();
+            setEnabled(true);
+            // Placeholder: the CD work captures the loop digitally or through the sound card.
+            return;
+        }
+        extractCurrentLoop();
+        changeToMode(QStringLiteral("SlowPlay"));
+        if (gvAutoSlow)
+            btnLoopPlay_Click();
+        QGuiApplication::restoreOverrideCursor();
+    } catch (const AppError& e) {
+        while (QGuiApplication::overrideCursor())
+            QGuiApplication::restoreOverrideCursor();
+        Prompts::msgBox(errorInProcedure(e.number, "recordCurrentLoop"));
+    }
+}
+
+void frmMain::extractCurrentLoop() {
+    FS_PROC(kModule, "Sub extractCurrentLoop");
+    qint32 inPoint = 0, outPoint = 0;
+    if (calcInAndOutPoints(inPoint, outPoint))
+        return;
+    MMControl* w = m_ui->WaveControl;
+    const QString source = w->FileName();
+    w->setWait(true);
+    w->setCommand(QStringLiteral("Close"));
+    const QString tempName = scratch("temp.wav");
+    fs::ignoreErrors([&] { QFile::remove(tempName); });
+    tempWavChannels = extractWAVEfileSection(source, tempName, inPoint, outPoint);
+    if (tempWavChannels > 0)
+        expFactor = (100.0f / slowDownPercent) / tempWavChannels;
+    else
+        expFactor = 100.0f / slowDownPercent;
+    w->setFileName(tempName);
+    w->setWait(true);
+    w->setCommand(QStringLiteral("open"));
+}
+
+void frmMain::playSlowDownLoop() {
+    FS_PROC(kModule, "Sub playSlowDownLoop");
+    try {
+        MMControl* w = m_ui->WaveControl;
+        const bool graphOpen = isLoaded(QStringLiteral("frmScrollTime"));
+        if (gvSlowFileReady) {
+            if (!graphOpen) {
+                ms();
+                w->setFrom(0);
+                w->setTo(w->Length());
+            } else {
+                w->setWait(false);
+                w->setCommand(QStringLiteral("Play"));
+            }
+        } else {
+            setupTrimFormsForSlowdown();
+            // The floor of every path: a speed typed as 3 runs, and is remembered, as 5.
+            if (slowDownPercent < 5)
+                slowDownPercent = 5;
+            const double factor = 100.0 / slowDownPercent;
+            const double pitchfactor = calcPitchFactor();
+            if (!TempWavPresent())
+                return;
+            if (!slowItDown(factor, pitchfactor))
+                return;
+            if (!gvRealtime)
+                openSlowdownFile();
+            lastFactor = factor;
+            saveCurrentPct();
+            saveCurrentPitchChange();
+        }
+        setPanelText(QStringLiteral("pnlMsg"), QStringLiteral("Playing loop at %1% of original "
+                                                              "speed.")
+                                                   .arg(slowDownPercent));
+        w->setUpdateInterval(graphOpen ? 100 : 0);
+        playState->setState(true);
+        if (gvSlowFileReady)
+            playLoop(false, w->From(), w->To());
+        graphicEnableToggle(gvSlowFileReady);
+        if (m_ui->cmdGraphic->isVisible() && m_ui->cmdGraphic->isEnabled())
+            m_ui->cmdGraphic->setFocus();
+    } catch (const AppError& e) {
+        Prompts::msgBox(errorInProcedure(e.number, "playSlowDownLoop"));
+    }
+}
+
+void frmMain::slowControl_GotFocus() {
+    FS_PROC(kModule, "Sub slowControl_GotFocus");
+    if (m_ui->cmdGraphic->isVisible() && m_ui->cmdGraphic->isEnabled())
+        m_ui->cmdGraphic->setFocus();
+}
+
+void frmMain::slowControl_PlayClick(bool& Cancel) {
+    FS_PROC(kModule, "Sub slowControl_PlayClick", FS_ARG(Cancel));
+    // The strip plays nothing itself: its buttons are the loop's.
+    Cancel = true;
+    btnLoopPlay_Click();
+    slowControl_GotFocus();
+}
+
+void frmMain::slowControl_StopClick(bool& Cancel) {
+    FS_PROC(kModule, "Sub slowControl_StopClick", FS_ARG(Cancel));
+    Cancel = true;
+    if (gvRealtime && !gvSlowFileReady) {
+        // The engine is what sounds: stopping it also cancels the file it was making.
+        stopDLL();
+    } else {
+        MMControl* w = m_ui->WaveControl;
+        w->setWait(true);
+        w->setCommand(QStringLiteral("Stop"));
+        playState->setState(false);
+    }
+    slowControl_GotFocus();
+}
+
+void frmMain::mnuSaveSlowedDownFile_Click() {
+    FS_PROC(kModule, "Sub mnuSaveSlowedDownFile_Click");
+    QString name;
+    fs::ignoreErrors([&] {
+        // The dialog asks before overwriting and offers no read-only box.
+        name =
+            Prompts::getSaveFileName(this, QStringLiteral("Choose filename for slowed-down file"),
+                                     dialogDirectory, QStringLiteral("Wave files (*.wav)"));
+    });
+    // The scratch file can't be saved onto itself.
+    if (name.isEmpty() || name.contains(u"tempslow.wav", Qt::CaseInsensitive))
+        return;
+    bool copied = false;
+    fs::ignoreErrors([&] {
+        QFile::remove(name);
+        copied = QFile::copy(scratch("tempslow.wav"), name);
+    });
+    if (!copied) {
+        // Nothing to file under recent files; the user is told why instead.
+        Prompts::msgBox(QStringLiteral("The slowed-down file could not be saved as ") + name +
+                        QStringLiteral(". Check that the folder can be written to and that the "
+                                       "disk isn't full."));
+        return;
+    }
+    fs::ignoreErrors([&] { bumpMRUs(); });
+    fs::ignoreErrors([&] { setMnuMRUCaption(1, name); });
+    fs::ignoreErrors([&] { setMRUs(); });
+}
+
+void frmMain::cmdSlowPlay_MouseUp(int Button) {
+    FS_PROC(kModule, "Sub cmdSlowPlay_MouseUp", FS_ARG(Button));
+    if (Button != 2)
+        return;
+    Prompts::msgBox(
+        QStringLiteral("Pressing this button (which is only available when playback is stopped) "
+                       "allows you to play the currently-selected loop at slower speeds.\n\nIf the "
+                       "current view is one of the CD views, pressing this button first records "
+                       "the current loop of CD audio into a wave file.\n\nAfter a wave file is "
+                       "recorded (or immediately, if you press the button from Wave file view), "
+                       "the view shifts to the SlowDown screen, where you can slow down the file "
+                       "in varying degrees."));
+}
