@@ -39,8 +39,10 @@ bool DataGrid::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event
 
 void DataGrid::mouseReleaseEvent(QMouseEvent* event) {
     QTableView::mouseReleaseEvent(event);
-    if (event->button() == Qt::LeftButton)
+    // The release that ends a double-click is no second click.
+    if (event->button() == Qt::LeftButton && !m_doubleClicked)
         emit Click();
+    m_doubleClicked = false;
     emit MouseUp(event->button() == Qt::RightButton    ? 2
                  : event->button() == Qt::MiddleButton ? 4
                                                        : 1);
@@ -48,6 +50,7 @@ void DataGrid::mouseReleaseEvent(QMouseEvent* event) {
 
 void DataGrid::mouseDoubleClickEvent(QMouseEvent* event) {
     QTableView::mouseDoubleClickEvent(event);
+    m_doubleClicked = true;
     emit DblClick();
 }
 

@@ -15,6 +15,7 @@ class DataGrid : public QTableView {
     Q_OBJECT
 public:
     explicit DataGrid(QWidget* parent = nullptr);
+    using QTableView::edit;
 
     void setRecordset(Recordset* recordset) { m_recordset = recordset; }
     Recordset* recordset() const { return m_recordset; }
@@ -54,4 +55,5 @@ protected:
 private:
     int rowOf(const QVariant& bookmark) const;
     Recordset* m_recordset = nullptr;
+    bool m_doubleClicked = false;
 };

@@ -23,11 +23,12 @@
 namespace {
 const char* const kModule = "main form";
 
+// The keys held with the input event being handled (a double-click's own modifiers).
 bool CtrlKey() {
-    return QGuiApplication::queryKeyboardModifiers() & Qt::ControlModifier;
+    return QGuiApplication::keyboardModifiers() & Qt::ControlModifier;
 }
 bool AltKey() {
-    return QGuiApplication::queryKeyboardModifiers() & Qt::AltModifier;
+    return QGuiApplication::keyboardModifiers() & Qt::AltModifier;
 }
 } // namespace
 

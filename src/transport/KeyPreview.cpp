@@ -17,6 +17,10 @@ KeyPreview::~KeyPreview() {
 }
 
 bool KeyPreview::eventFilter(QObject* watched, QEvent* event) {
+    // A key's release closes its travel: the next press is a new key even where it reuses
+    // the memory of the last one.
+    if (event->type() == QEvent::KeyRelease)
+        m_last = nullptr;
     if (event->type() != QEvent::KeyPress || !watched->isWidgetType() || !m_form)
         return false;
     auto* key = static_cast<QKeyEvent*>(event);

@@ -23,6 +23,7 @@ protected:
 private:
     bool handle(QWidget* target, QKeyEvent* key);
     QPointer<frmMain> m_form;
-    // A key travelling up from child to parent is one key: it is looked at once.
+    // A key travelling up from child to parent is one key: it is looked at once (until its
+    // release).
     const QKeyEvent* m_last = nullptr;
 };

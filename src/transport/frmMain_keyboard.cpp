@@ -49,8 +49,10 @@ void frmMain::Form_KeyDown(int& KeyCode, int Shift) {
         case 109: // numeric pad minus
         case 107: // numeric pad plus
             if (gvInSlowPlay) {
-                slowDownPercent = checkedInt16(static_cast<qint64>(slowDownPercent) +
-                                               (KeyCode == 107 ? 10 : -10));
+                // The sign is a command here, not text for whatever field has the focus.
+                const int step = KeyCode == 107 ? 10 : -10;
+                KeyCode = 0;
+                slowDownPercent = checkedInt16(static_cast<qint64>(slowDownPercent) + step);
                 changeTransformParameters();
                 return;
             }
