@@ -4,6 +4,7 @@
 #include "app/Forms.h"
 #include "app/Messages.h"
 #include "app/Prompts.h"
+#include "app/TimeFormats.h"
 #include "app/frmMain.h"
 #include "app/globals.h"
 #include "app/stateVariable.h"
@@ -62,6 +63,9 @@ bool frmMain::insertNewLoopPoint() {
         }
     } else {
         position = QString::number(currentMMControl->Position());
+        // The mark is described by the position display's text: it must show this position.
+        if (!cdView && !gvInSlowPlay)
+            m_ui->txtCurrentPosition->setText(mmss(static_cast<qint32>(vbVal(position))));
     }
     fastInsert(static_cast<qint32>(vbVal(position)));
     // Marks are taken while the music runs straight through, never while a loop repeats.

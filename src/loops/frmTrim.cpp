@@ -96,13 +96,18 @@ void frmTrim::Form_Load() {
     CFormEx helper;
     helper.Init(this);
     helper.setOnTop(true);
-    // Over the tracks grid, covering it; where that grid isn't shown, over the loops grid's row.
+    // Over the tracks grid, covering it. A wave file has no tracks grid: there the window
+    // takes the empty place of the disc's fields above the loops, which stay readable.
     frmMain* main = mainForm();
-    QWidget* place = main->ui()->tgTracks->isVisible() ? static_cast<QWidget*>(main->ui()->tgTracks)
-                                                       : main->ui()->splGrids;
-    const QPoint topLeft = place->mapToGlobal(QPoint(0, 0));
-    move(topLeft);
-    resize(std::max(width(), place->width() / 2), std::max(height(), place->height()));
+    QWidget* tracks = main->ui()->tgTracks;
+    if (tracks->isVisible()) {
+        move(tracks->mapToGlobal(QPoint(0, 0)));
+        resize(std::max(sizeHint().width(), tracks->width()), tracks->height());
+    } else {
+        QWidget* area = main->centralWidget();
+        move(area->mapToGlobal(QPoint(8, 8)));
+        resize(std::max(sizeHint().width(), area->width() / 2), sizeHint().height());
+    }
     showHideTrackInfo(false);
     setTrimLimits();
     QApplication::processEvents();
