@@ -8,6 +8,7 @@ PACKAGES=(
     qt6-base-dev qt6-base-dev-tools libqt6sql6-sqlite libqt6printsupport6 libqt6dbus6 libqt6svg6
     libgl-dev
     libsndfile1-dev librubberband-dev portaudio19-dev
+    rubberband-cli
     libcdio-dev libcdio-paranoia-dev
     libgtest-dev
     libglib2.0-bin gsettings-desktop-schemas

@@ -146,6 +146,7 @@ qint32 TimeScaleEngine::start(const QString& inputFile, double pitchFactor, doub
     }
     m_cancel = false;
     m_finished = false;
+    m_progress = 0;
     m_job = std::move(job);
     Job* j = m_job.get();
     m_worker = std::thread([this, j] { run(j); });
@@ -266,6 +267,8 @@ void TimeScaleEngine::run(Job* job) {
                     break;
                 done += n;
                 rb.study(planePtrs.data(), size_t(n), done >= info.frames);
+                // Studying is the first half of an offline job's work.
+                m_progress.store(0.5 * double(done) / double(info.frames));
             }
             sf_seek(job->in, 0, SEEK_SET);
         } else {
@@ -290,6 +293,8 @@ void TimeScaleEngine::run(Job* job) {
             done += n;
             rb.process(planePtrs.data(), size_t(n), done >= info.frames);
             retrieve();
+            const double part = double(done) / double(info.frames);
+            m_progress.store(realTime ? part : 0.5 + 0.5 * part);
         }
         if (!m_cancel.load()) {
             // What the engine still holds, then silence up to the exact length.
