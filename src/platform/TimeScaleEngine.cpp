@@ -42,7 +42,10 @@ constexpr int kBlock = 1024;
 RubberBandStretcher::Options optionsFor(int bands, bool realTime) {
     RubberBandStretcher::Options o = realTime ? RubberBandStretcher::OptionProcessRealTime
                                               : RubberBandStretcher::OptionProcessOffline;
-    o |= RubberBandStretcher::OptionThreadingNever;
+    // Offline, the faster engine may give each channel a thread of its own; in real time one
+    // thread keeps the timing even.
+    o |= realTime ? RubberBandStretcher::OptionThreadingNever
+                  : RubberBandStretcher::OptionThreadingAuto;
     if (bands <= 512)
         o |= RubberBandStretcher::OptionEngineFaster;
     else if (bands <= 1024)
@@ -138,6 +141,7 @@ qint32 TimeScaleEngine::start(const QString& inputFile, double pitchFactor, doub
         }
         m_producerDone = false;
         m_drained = false;
+        m_underruns = 0;
         m_firstSoundDac = 0;
         QString error;
         if (!m_audio->startOutput({info.samplerate, job->outChannels}, this, error))
@@ -173,6 +177,10 @@ AudioDevice::RenderStats TimeScaleEngine::render(float* out, int frames, double 
     stats.content = int(got / size_t(m_outChannels));
     if (stats.content > 0 && m_firstSoundDac.load(std::memory_order_relaxed) == 0)
         m_firstSoundDac.store(dacTime, std::memory_order_relaxed);
+    // Short of sound while the job still computes: the device ran dry (an underrun).
+    if (got < want && m_firstSoundDac.load(std::memory_order_relaxed) != 0 &&
+        !m_producerDone.load(std::memory_order_acquire))
+        m_underruns.fetch_add(1, std::memory_order_relaxed);
     if (got < want && m_producerDone.load(std::memory_order_acquire) &&
         !m_drained.load(std::memory_order_relaxed)) {
         // The last frame is heard at this time; the job ends when the clock passes it.

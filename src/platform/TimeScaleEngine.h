@@ -52,6 +52,8 @@ public:
     double firstSoundAt() const { return m_firstSoundDac.load(); }
     double startedAt() const { return m_startedAt; }
 
+    // Device buffers of the last real-time job that came short of sound before its end.
+    int underruns() const { return m_underruns.load(); }
     // How far the running (or last) job has come, 0 to 1; any thread may read it.
     double progress() const { return m_progress.load(); }
     // The words for a result other than 0 and 1.
@@ -68,6 +70,7 @@ private:
     std::atomic<bool> m_cancel{false};
     std::atomic<bool> m_finished{true};
     std::atomic<double> m_progress{0};
+    std::atomic<int> m_underruns{0};
     std::atomic<int> m_engineVersion{0};
     std::unique_ptr<AudioDevice> m_audio;
     std::unique_ptr<SampleRing> m_ring;
