@@ -231,6 +231,15 @@ TEST_F(SlowPlay, TheFieldsArithmeticTransformsAnew) {
     m->dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {2000});
     EXPECT_EQ(m->dtaLoopPoints->field(QStringLiteral("lastPct")).toInt(), 5);
 
+    // Above the slider's end the speed is played as typed; the slider stops at its end.
+    u->txtSlowPct_0->setText(QStringLiteral("250"));
+    m->completetxtSlowPctEntry(0);
+    EXPECT_EQ(m->slowDownPercent, 250);
+    ASSERT_TRUE(waitForSlowFile(15000));
+    EXPECT_EQ(soundOf(scratch("tempslow.wav")).first, 2 * 16000 * 100 / 250);
+    EXPECT_EQ(u->slSlowPct_0->value(), 200);
+    EXPECT_EQ(u->txtSlowPct_0->text(), u"250");
+
     // Text without a number reads 0, raised to the same floor.
     u->txtSlowPct_0->setText(QStringLiteral("fast"));
     m->completetxtSlowPctEntry(0);
