@@ -294,9 +294,11 @@ private:
     void connectGrids();
     void connectKeyboard();
     // On the UI thread, for the engine's end of job number job.
-    void slowPlayCallbackArrived(int job);
+    void slowPlayCallbackArrived(int job, int jobResult);
     // The number of the engine job whose end is wanted; any other job's end is stale.
     std::atomic<int> m_engineJob{0};
+    // What the wanted job ended with: 0 done, anything above 1 a failure (a full disk).
+    int m_engineResult = 0;
     QString dialogDirectory;
     class QMenu* m_trackGridPopup = nullptr;
     class KeyPreview* m_keyPreview = nullptr;

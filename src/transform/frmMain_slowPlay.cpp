@@ -63,10 +63,11 @@ void frmMain::connectTransform() {
         fs::trapped(kModule, "Sub tmrSliderFreedom_Timer", [this] { tmrSliderFreedom_Timer(); }));
     // The engine's end arrives on its worker thread: it is handed to the UI thread as it is,
     // with the number of the job it belongs to, and looked at only there.
-    setSlowPlayCallbackHandler([this](int) {
+    setSlowPlayCallbackHandler([this](int result) {
         const int job = m_engineJob.load();
         QMetaObject::invokeMethod(
-            this, [this, job] { slowPlayCallbackArrived(job); }, Qt::QueuedConnection);
+            this, [this, job, result] { slowPlayCallbackArrived(job, result); },
+            Qt::QueuedConnection);
     });
 
     const std::pair<QSlider*, int> sliders[] = {{u.slSlowPct_0, 0}, {u.slSlowPct_1, 1}};
@@ -134,10 +135,11 @@ void frmMain::connectTransform() {
             fs::trapped(kModule, "Sub slowControl_GotFocus", [this] { slowControl_GotFocus(); }));
 }
 
-void frmMain::slowPlayCallbackArrived(int job) {
+void frmMain::slowPlayCallbackArrived(int job, int jobResult) {
     // A job stopped or replaced since it ended changes nothing.
     if (job != m_engineJob.load())
         return;
+    m_engineResult = jobResult;
     if (tmrLoopDLLTag == u"LOOP") {
         tmrLoopDLL.start(200);
     } else {
@@ -211,6 +213,7 @@ qint16 frmMain::doMFslowdown(double factor, double pitchfactor) {
         tmrLoopDLLTag = QStringLiteral("LOOP");
         // The end of this job, and of no earlier one, is wanted.
         ++m_engineJob;
+        m_engineResult = 0;
     });
     fs::ignoreErrors([&] {
         if (gvRealtime) {
@@ -249,6 +252,19 @@ void frmMain::tmrLoopDLL_Timer() {
     m_ui->slSlowPct_0->setValue(slowDownPercent);
     sliderUpdating = false;
     MMControl* w = m_ui->WaveControl;
+    if (tmrLoopDLLTag.compare(u"LOOP", Qt::CaseInsensitive) == 0 && m_engineResult > 1) {
+        // The job failed on its way (a disk too full for the result): there is no file to
+        // loop. Said as a refusal at the start is said, and the program goes on in mode CD.
+        gvSlowFileReady = false;
+        graphicEnableToggle(false);
+        Prompts::msgBox(QStringLiteral("The slowdown process failed with error code %1. Please "
+                                       "try again. If that doesn't work, please contact %2. "
+                                       "Thanks.")
+                            .arg(m_engineResult)
+                            .arg(supportAddress()));
+        changeToMode(QStringLiteral("CD"));
+        return;
+    }
     if (tmrLoopDLLTag.compare(u"LOOP", Qt::CaseInsensitive) == 0) {
         gvSlowFileReady = true;
         if (!w->FileName().isEmpty()) {

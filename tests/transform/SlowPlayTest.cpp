@@ -24,8 +24,10 @@
 #include <QSignalSpy>
 #include <QSlider>
 #include <QTest>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <sndfile.h>
+#include <sys/resource.h>
 
 namespace {
 
@@ -365,4 +367,38 @@ TEST_F(SlowPlay, AMissingOrBrokenScratchFileSaysSoAndLeavesTheProgramUsable) {
     m->cmdSlowPlay_Click();
     EXPECT_FALSE(gvInSlowPlay);
     EXPECT_TRUE(boxStartingWith(QStringLiteral("There are no loop points created.")));
+}
+
+TEST_F(SlowPlay, ADiskTooFullForTheResultSaysSoAndTheProgramGoesOn) {
+    openWithLoop();
+    gvAutoSlow = false;
+    gvRealtime = false;
+    u->cmdSlowPlay->click();
+    ASSERT_TRUE(gvInSlowPlay);
+    // Files may grow to 100 kB from here: the half-speed loop needs 256 kB.
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit previous{};
+    getrlimit(RLIMIT_FSIZE, &previous);
+    rlimit small = previous;
+    small.rlim_cur = 100 * 1024;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    m->btnLoopPlay_Click();
+    QElapsedTimer t;
+    t.start();
+    while (gvInSlowPlay && t.elapsed() < 8000)
+        QTest::qWait(20);
+    setrlimit(RLIMIT_FSIZE, &previous);
+    EXPECT_TRUE(boxStartingWith(QStringLiteral("The slowdown process failed with error code 4.")));
+    EXPECT_EQ(m->currentMode(), u"CD");
+    EXPECT_FALSE(gvSlowFileReady);
+    EXPECT_FALSE(QFile::exists(scratch("tempslow.wav"))) << "no half a loop left to play";
+    EXPECT_FALSE(isLoaded(QStringLiteral("messages2")));
+
+    // And with room again it works.
+    Prompts::clear();
+    m->changeToMode(QStringLiteral("Wave"));
+    m->dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {2000});
+    gvAutoSlow = true;
+    u->cmdSlowPlay->click();
+    EXPECT_TRUE(waitForSlowFile());
 }
