@@ -15,6 +15,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <atomic>
+#include <functional>
 #include <gtest/gtest.h>
 #include <mutex>
 #include <sndfile.h>
@@ -212,4 +213,48 @@ TEST(WaveSection, ClampsToTheSoundAndSaysWhyItWroteNothing) {
         extractWAVEfileSection(source, dir.filePath(QStringLiteral("nowhere/temp.wav")), 0, 100),
         -3);
     EXPECT_TRUE(lastWaveSectionError().contains(u"nowhere/temp.wav"));
+}
+
+TEST_F(EngineEntries, OddScratchFilesAreTransformedOrRefusedWithWords) {
+    struct Case {
+        const char* name;
+        std::function<bool()> write;
+        qint32 result; // what the start gives
+        qint64 frames; // the output's frames when it runs
+    };
+    const Case cases[] = {
+        {"mono 8-bit",
+         [&] {
+             return wavgen::writeSine(input, 1.0, 440.0, {8000, 1, SF_FORMAT_PCM_U8});
+         },
+         0, 16000},
+        {"96 kHz float",
+         [&] {
+             return wavgen::writeSine(input, 0.5, 440.0, {96000, 2, SF_FORMAT_FLOAT});
+         },
+         0, 96000},
+        {"empty file", [&] { return wavgen::writeBytes(input, {}); }, 3, 0},
+        {"header without sound",
+         [&] { return wavgen::writeBytes(input, wavgen::pcm16Bytes(0, 2, 44100)); }, 5, 0},
+        // The header claims a second, the file holds a tenth: what is there is transformed.
+        {"truncated",
+         [&] { return wavgen::writeBytes(input, wavgen::pcm16Bytes(4410, 1, 44100, -1, 88200)); },
+         0, 8820},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        QFile::remove(input);
+        QFile::remove(output);
+        ends->results.clear();
+        ASSERT_TRUE(c.write());
+        const qint32 result = MFPlayFileStart(input, 1.0, 2.0, 1024, 1, output, 0, 0);
+        EXPECT_EQ(result, c.result);
+        if (result == 0) {
+            ASSERT_TRUE(ends->waitFor(1, 20000));
+            EXPECT_EQ(ends->results[0], 0);
+            EXPECT_EQ(infoOf(output).frames, c.frames);
+        } else {
+            EXPECT_FALSE(slowPlayErrorMessage(result).isEmpty());
+        }
+    }
 }
