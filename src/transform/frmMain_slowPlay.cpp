@@ -42,6 +42,13 @@ void stage(const char* name) {
         Message2(QString::fromLatin1(name));
 }
 
+QString slowdownFailed(int code) {
+    return QStringLiteral("The slowdown process failed with error code %1. Please try again. If "
+                          "that doesn't work, please contact %2. Thanks.")
+        .arg(code)
+        .arg(supportAddress());
+}
+
 QString errorInProcedure(int number, const char* procedure) {
     return QStringLiteral("Error %1occurred in procedure %2\n\nPlease send email with the error "
                           "description to %3. Thank you.")
@@ -186,10 +193,7 @@ bool frmMain::slowItDown(double factor, double pitchfactor) {
         QGuiApplication::restoreOverrideCursor();
     if (code == 0 || code == 1)
         return true;
-    Prompts::msgBox(QStringLiteral("The slowdown process failed with error code %1. Please try "
-                                   "again. If that doesn't work, please contact %2. Thanks.")
-                        .arg(code)
-                        .arg(supportAddress()));
+    Prompts::msgBox(slowdownFailed(code));
     changeToMode(QStringLiteral("CD"));
     return false;
 }
@@ -257,11 +261,7 @@ void frmMain::tmrLoopDLL_Timer() {
         // loop. Said as a refusal at the start is said, and the program goes on in mode CD.
         gvSlowFileReady = false;
         graphicEnableToggle(false);
-        Prompts::msgBox(QStringLiteral("The slowdown process failed with error code %1. Please "
-                                       "try again. If that doesn't work, please contact %2. "
-                                       "Thanks.")
-                            .arg(m_engineResult)
-                            .arg(supportAddress()));
+        Prompts::msgBox(slowdownFailed(m_engineResult));
         changeToMode(QStringLiteral("CD"));
         return;
     }
@@ -275,14 +275,10 @@ void frmMain::tmrLoopDLL_Timer() {
         w->setWait(true);
         w->setCommand(QStringLiteral("Open"));
         ms();
-        if (isLoaded(QStringLiteral("frmScrollTime"))) {
-            // Placeholder: the graph window's markers take back their pixels and give From/To.
-            w->setFrom(0);
-            w->setTo(w->Length());
-        } else {
-            w->setFrom(0);
-            w->setTo(w->Length());
-        }
+        // Placeholder: with the graph window open, its markers take back their pixels and
+        // give From and To; until it exists the whole file is the loop.
+        w->setFrom(0);
+        w->setTo(w->Length());
         btnLoopPlay_Click();
     } else {
         gvSlowFileReady = false;
