@@ -52,9 +52,13 @@ bool frmMain::insertNewLoopPoint() {
     }
     QString position;
     if (currentMMControl == m_ui->CDControl) {
+        // Without a disc playing there is nothing to mark (and nothing would ever pass the
+        // first 100 ms below).
+        if (currentMMControl->Mode() != MMControl::ModePlaying)
+            return false;
         // A disc reports a position near 0 for a moment after play starts; no mark on a
         // disc may lie there. Ten seconds without a later position means the drive isn't
-        // playing at all, and the mark is taken where it stands.
+        // moving, and the mark is taken where it stands.
         for (int tries = 0; tries < 50; ++tries) {
             position = QString::number(currentMMControl->Position());
             Pause(0.2f);
@@ -170,6 +174,9 @@ void frmMain::playLoop(bool recalcInAndOutPoints, std::optional<qint32> myInPt,
     MMControl* source = currentMMControl;
     if (myInPt)
         inPt = *myInPt;
+    // A trim slider may reach below 0 near the start of the sound; the loop starts there.
+    if (inPt < 0)
+        inPt = 0;
     source->setFrom(inPt);
     if (myOutPt)
         outPt = *myOutPt;

@@ -22,6 +22,7 @@
 #include "ui_makeLoopPoints.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QListWidget>
 #include <QSignalSpy>
 #include <QTest>
@@ -394,4 +395,14 @@ TEST_F(Loops, SaveCurrentStatusRemembersTheSelectedLoop) {
     EXPECT_TRUE(m->saveCurrentStatus());
     EXPECT_EQ(m->prevStartTime, 7000);
     EXPECT_FALSE(m->savedCdView);
+}
+
+TEST_F(Loops, WithoutADiscPlayingStartNewLoopMarksNothingAndDoesntHang) {
+    ASSERT_TRUE(m->cdView);
+    QElapsedTimer t;
+    t.start();
+    m->cmdStartNewLoop_Click();
+    EXPECT_LT(t.elapsed(), 1000);
+    EXPECT_EQ(m->loopPointBuffer->Count(), 0);
+    EXPECT_FALSE(isLoaded(QStringLiteral("makeLoopPoints")));
 }

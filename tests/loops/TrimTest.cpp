@@ -197,6 +197,8 @@ TEST_F(Trim, ALoopWithinTheFirstSecondGetsANegativeMinimum) {
     EXPECT_EQ(s(t, 0)->value(), 400);
     t->cmdNext_Click(1);
     EXPECT_EQ(s(t, 0)->value(), -600);
+    EXPECT_EQ(m->inPt, 0) << "the loop starts with the sound";
+    EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
     t->cmdZoom_Click();
     EXPECT_EQ(s(t, 0)->minimum(), 0);
 }
