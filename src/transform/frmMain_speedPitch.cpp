@@ -75,6 +75,9 @@ void frmMain::saveCurrentPct() {
 
 void frmMain::saveCurrentPitchChange() {
     FS_PROC(kModule, "Sub saveCurrentPitchChange");
+    // Without a current loop there is no track or file to keep it for: silently nothing.
+    if (dtaLoopPoints->isBOF() || dtaLoopPoints->isEOF())
+        return;
     Recordset* owner = nullptr;
     if (savedCdView) {
         owner = dtaTracks;

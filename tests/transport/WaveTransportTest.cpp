@@ -192,6 +192,8 @@ TEST_F(WaveTransport, TheEndOfACaptureSavesTheSoundAndEntersSlowPlay) {
     EXPECT_FALSE(isLoaded(QStringLiteral("messages2"))) << "the saving message is taken away";
     EXPECT_TRUE(w->isEnabled());
     EXPECT_GT(savedBytes(), 8000) << "the recorded sound reached the file";
+    EXPECT_FALSE(m->panelText(QStringLiteral("pnlMsg")).startsWith(u"Playing loop at"))
+        << "without AutoSlow the capture ends without sound";
 
     m->changeToMode(QStringLiteral("CD"));
     ASSERT_TRUE(QFile::remove(target));
@@ -199,6 +201,9 @@ TEST_F(WaveTransport, TheEndOfACaptureSavesTheSoundAndEntersSlowPlay) {
     capture();
     EXPECT_TRUE(gvInSlowPlay);
     EXPECT_GT(savedBytes(), 8000);
+    EXPECT_TRUE(m->panelText(QStringLiteral("pnlMsg")).startsWith(u"Playing loop at 50%"))
+        << "with AutoSlow the captured loop is transformed and heard at once";
+    m->stopDLL();
 }
 
 TEST_F(WaveTransport, ScrollBarPlaysFromWhereItIsLetGo) {
