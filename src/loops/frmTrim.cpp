@@ -18,6 +18,7 @@
 #include "ui_frmMain.h"
 #include "ui_frmTrim.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QKeyEvent>
@@ -51,6 +52,10 @@ frmTrim::frmTrim(QWidget* parent)
     for (int i = 0; QToolButton* b = strip->button(i); ++i)
         if (i != kPlay && i != kStop)
             b->hide();
+    // Keys here are the main window's (Space, F6 ...): no button may take one for a click,
+    // so only the sliders take the focus, and their arrow keys move them.
+    for (QAbstractButton* button : findChildren<QAbstractButton*>())
+        button->setFocusPolicy(Qt::NoFocus);
     connect(strip, &MMControl::PlayClick, this, [this](bool& Cancel) {
         fs::trap(kModule, "Sub MMControl1_PlayClick", [&] { MMControl1_PlayClick(Cancel); });
     });

@@ -17,6 +17,7 @@
 #include "ui_frmMain.h"
 #include "ui_frmTrim.h"
 
+#include <QAbstractButton>
 #include <QDir>
 #include <QSignalSpy>
 #include <QSlider>
@@ -223,4 +224,20 @@ TEST_F(Trim, InSlowPlayTheWholeFileWithoutMarginAndTheFractionsSurviveANewSpeed)
     EXPECT_NEAR(s(t, 0)->value(), w->Length() / 4, 1);
     EXPECT_NEAR(s(t, 1)->value(), w->Length() / 2, 1);
     gvInSlowPlay = false;
+}
+
+TEST_F(Trim, KeysInTheWindowAreTheMainWindowsAndNoButtonTakesThem) {
+    frmTrim* t = playLoop(10000, 14000);
+    ASSERT_TRUE(playState->isArmed());
+    s(t, 0)->setFocus();
+    // Space stops, as it does on the main window; Save never sees it.
+    QTest::keyClick(s(t, 0), Qt::Key_Space);
+    EXPECT_NE(w->Mode(), MMControl::ModePlaying);
+    EXPECT_TRUE(Prompts::log().isEmpty());
+    for (QAbstractButton* b : t->findChildren<QAbstractButton*>())
+        EXPECT_EQ(b->focusPolicy(), Qt::NoFocus) << b->objectName().toStdString();
+    // F7 plays the loop again.
+    QTest::keyClick(s(t, 0), Qt::Key_F7);
+    EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
+    EXPECT_EQ(s(t, 0)->value(), 10000) << "arrow keys aside, the key moved nothing";
 }
