@@ -328,6 +328,8 @@ void frmMain::showDiscRows() {
         tracksModel->reload();
     if (loopsModel)
         loopsModel->reload();
+    // An empty list moves no record, so the Transform button is told here.
+    cmdSlowPlayAdjust();
 }
 
 void frmMain::commitGridEdits() {

@@ -201,4 +201,5 @@ void frmMain::refreshDisplayForNewWave() {
     // The grid reads the rows live but must be told that they are other rows now.
     if (loopsModel)
         loopsModel->reload();
+    cmdSlowPlayAdjust();
 }

@@ -87,6 +87,14 @@ protected:
 
 } // namespace
 
+TEST(GridsAtStart, TransformWaitsForALoop) {
+    TestHome home;
+    ProgramRun run;
+    run.start();
+    ASSERT_TRUE(run.waitUntilRunning());
+    EXPECT_FALSE(run.main()->ui()->cmdSlowPlay->isEnabled()) << "no disc, no loop";
+}
+
 TEST_F(Grids, ColumnsInTheirOrderWithTheirHeadings) {
     QStringList headings;
     for (int c = 0; c < grid->model()->columnCount(); ++c)
