@@ -4,6 +4,7 @@
 // against 100 passes of the loop. The device runs 5 times faster than real time so that the
 // 200 s of sound take 40 s; the repetition's grace for an answer is measured in real time,
 // so this is the harder case.
+#include "BenchSupport.h"
 #include "app/AppPaths.h"
 #include "app/CantavoxApplication.h"
 #include "app/Main.h"
@@ -34,52 +35,26 @@ constexpr int kPasses = 100;
 constexpr qint32 kIn = 1000;
 constexpr qint32 kOut = 3000;
 
-bool writeTone(const QString& path, int seconds) {
-    SF_INFO info{};
-    info.samplerate = kRate;
-    info.channels = 2;
-    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-    SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &info);
-    if (!sf)
-        return false;
-    std::vector<short> frames(size_t(kRate) * seconds * 2);
-    for (size_t i = 0; i < frames.size() / 2; ++i)
-        frames[i * 2] = frames[i * 2 + 1] = short(6000 * std::sin(2 * M_PI * 330.0 * i / kRate));
-    const bool ok = sf_writef_short(sf, frames.data(), sf_count_t(frames.size() / 2)) ==
-                    sf_count_t(frames.size() / 2);
-    return sf_close(sf) == 0 && ok;
-}
-
 void waitUntil(const std::function<bool()>& done, int timeoutMs) {
     QElapsedTimer t;
     t.start();
-    while (!done() && t.elapsed() < timeoutMs) {
-        QEventLoop loop;
-        QTimer::singleShot(10, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
+    while (!done() && t.elapsed() < timeoutMs)
+        bench::waitMs(10);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     QTemporaryDir home;
-    qputenv("CANTAVOX_HOME", home.path().toUtf8());
-    qputenv("CANTAVOX_AUDIO", "null");
-    qputenv("CANTAVOX_NULL_RATE", "5");
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    bench::prepareEnvironment(home.path(), 5);
     CantavoxApplication app(argc, argv);
-    Prompts::setScripted(true);
-    Main();
-    waitUntil([] { return frmMain::instance() && frmMain::instance()->isVisible(); }, 5000);
-    frmMain* m = frmMain::instance();
+    frmMain* m = bench::startProgram();
     if (!m) {
         std::fprintf(stderr, "the main window did not come up\n");
         return 1;
     }
     const QString file = appDir() + QStringLiteral("/loop source.wav");
-    if (!writeTone(file, 10)) {
+    if (!bench::writeTone(file, 10, 330.0)) {
         std::fprintf(stderr, "could not write %s\n", qPrintable(file));
         return 1;
     }

@@ -5,6 +5,7 @@
 //               event: median and worst of 500 events spread over the file (target 1 ms);
 //   trim      - from the release of a trim slider to the first frame of the loop on its new
 //               bounds reaching the device: median and worst of 20 moves (target 50 ms).
+#include "BenchSupport.h"
 #include "app/AppPaths.h"
 #include "app/CantavoxApplication.h"
 #include "app/Forms.h"
@@ -39,31 +40,6 @@ constexpr int kRate = 44100;
 constexpr int kLoops = 2000;
 constexpr int kSeconds = 1200; // 20 minutes: 2,000 loops of 600 ms
 
-bool writeTone(const QString& path) {
-    SF_INFO info{};
-    info.samplerate = kRate;
-    info.channels = 2;
-    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-    SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &info);
-    if (!sf)
-        return false;
-    std::vector<short> second(size_t(kRate) * 2);
-    for (size_t i = 0; i < second.size() / 2; ++i)
-        second[i * 2] = second[i * 2 + 1] = short(6000 * std::sin(2 * M_PI * 220.0 * i / kRate));
-    for (int s = 0; s < kSeconds; ++s)
-        if (sf_writef_short(sf, second.data(), kRate) != kRate) {
-            sf_close(sf);
-            return false;
-        }
-    return sf_close(sf) == 0;
-}
-
-void waitMs(int ms) {
-    QEventLoop loop;
-    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
 void report(const char* what, std::vector<double> v, double target) {
     std::sort(v.begin(), v.end());
     const double median = v[v.size() / 2];
@@ -75,21 +51,13 @@ void report(const char* what, std::vector<double> v, double target) {
 
 int main(int argc, char** argv) {
     QTemporaryDir home;
-    qputenv("CANTAVOX_HOME", home.path().toUtf8());
-    qputenv("CANTAVOX_AUDIO", "null");
-    qunsetenv("CANTAVOX_NULL_RATE");
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    bench::prepareEnvironment(home.path(), 1);
     CantavoxApplication app(argc, argv);
-    Prompts::setScripted(true);
-    Main();
-    for (int i = 0; i < 500 && !(frmMain::instance() && frmMain::instance()->isVisible()); ++i)
-        waitMs(10);
-    frmMain* m = frmMain::instance();
+    frmMain* m = bench::startProgram();
     if (!m)
         return 1;
     const QString file = appDir() + QStringLiteral("/twenty minutes.wav");
-    if (!writeTone(file))
+    if (!bench::writeTone(file, kSeconds, 220.0))
         return 1;
     Prompts::pushAnswer(file);
     m->mnuFileOpen_Click();
@@ -139,7 +107,7 @@ int main(int argc, char** argv) {
     std::vector<double> restart;
     gvPreviewEnd = false;
     for (int i = 0; i < 20; ++i) {
-        waitMs(150);
+        bench::waitMs(150);
         QSlider* slider = trim->slStart(i % 2);
         trim->slStart_MouseDown(i % 2);
         const qint64 before = device->audio() ? device->audio()->framesPlayed() : 0;
@@ -150,7 +118,7 @@ int main(int argc, char** argv) {
         while (device->audio() && device->audio()->framesPlayed() == before && t.elapsed() < 1000)
             std::this_thread::sleep_for(std::chrono::microseconds(200));
         restart.push_back(t.nsecsElapsed() / 1e6);
-        waitMs(320); // the slider takes the mouse again
+        bench::waitMs(320); // the slider takes the mouse again
     }
     report("trim slider release to new sound", restart, 50.0);
     exitProgram(false);

@@ -2,6 +2,7 @@
 // transformed and loops; then the speed slider is moved and let go 10 times. Figure: from the
 // release to the first frame of the loop at its new speed reaching the device, median and
 // worst (target 300 ms).
+#include "BenchSupport.h"
 #include "app/AppPaths.h"
 #include "app/CantavoxApplication.h"
 #include "app/Main.h"
@@ -27,46 +28,13 @@
 #include <sndfile.h>
 #include <vector>
 
-namespace {
-
-void waitMs(int ms) {
-    QEventLoop loop;
-    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
-bool writeTone(const QString& path, int seconds) {
-    SF_INFO info{};
-    info.samplerate = 44100;
-    info.channels = 2;
-    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-    SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &info);
-    if (!sf)
-        return false;
-    std::vector<short> v(size_t(44100) * 2 * seconds);
-    for (size_t i = 0; i < v.size() / 2; ++i)
-        v[i * 2] = v[i * 2 + 1] = short(7000 * std::sin(2 * M_PI * 330.0 * i / 44100));
-    sf_writef_short(sf, v.data(), sf_count_t(v.size() / 2));
-    return sf_close(sf) == 0;
-}
-
-} // namespace
-
 int main(int argc, char** argv) {
     QTemporaryDir home;
-    qputenv("CANTAVOX_HOME", home.path().toUtf8());
-    qputenv("CANTAVOX_AUDIO", "null");
-    qunsetenv("CANTAVOX_NULL_RATE");
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    bench::prepareEnvironment(home.path(), 1);
     CantavoxApplication app(argc, argv);
-    Prompts::setScripted(true);
-    Main();
-    for (int i = 0; i < 500 && !(frmMain::instance() && frmMain::instance()->isVisible()); ++i)
-        waitMs(10);
-    frmMain* m = frmMain::instance();
+    frmMain* m = bench::startProgram();
     const QString file = appDir() + QStringLiteral("/tune.wav");
-    if (!m || !writeTone(file, 30))
+    if (!m || !bench::writeTone(file, 30, 330.0))
         return 1;
     Prompts::pushAnswer(file);
     m->mnuFileOpen_Click();
@@ -82,7 +50,7 @@ int main(int argc, char** argv) {
     gvRealtime = true;
     m->cmdSlowPlay_Click();
     for (int i = 0; i < 2000 && !gvSlowFileReady; ++i)
-        waitMs(10);
+        bench::waitMs(10);
     if (!gvSlowFileReady) {
         std::fprintf(stderr, "the slowed loop never became ready\n");
         return 1;
@@ -90,7 +58,7 @@ int main(int argc, char** argv) {
     std::vector<double> heard;
     QSlider* speed = m->ui()->slSlowPct_0;
     for (int i = 0; i < 10; ++i) {
-        waitMs(500);
+        bench::waitMs(500);
         // Timed on the device's own clock: the release, and the first frame of the new job.
         AudioDevice* audio = slowPlayEngine().audio();
         if (!audio)
@@ -103,7 +71,7 @@ int main(int argc, char** argv) {
         QElapsedTimer t;
         t.start();
         while (slowPlayEngine().firstSoundAt() <= released && t.elapsed() < 3000)
-            waitMs(1);
+            bench::waitMs(1);
         heard.push_back((slowPlayEngine().firstSoundAt() - released) * 1000.0);
     }
     std::sort(heard.begin(), heard.end());

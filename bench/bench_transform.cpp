@@ -11,6 +11,7 @@
 //               at quality 3 (target 100 ms); CPU while it runs at quality 3 and 50 % (target
 //               30 % of one core); device buffers that ran dry (target 0).
 // Both sides write their output to the same folder on the real disk.
+#include "BenchSupport.h"
 #include "platform/AudioDevice.h"
 #include "platform/TimeScaleEngine.h"
 
@@ -71,21 +72,6 @@ bool writeMusic(const QString& path, int seconds) {
             return false;
         }
     }
-    return sf_close(sf) == 0;
-}
-
-bool writeSine(const QString& path, double seconds, double hz) {
-    SF_INFO info{};
-    info.samplerate = kRate;
-    info.channels = 1;
-    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-    SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_WRITE, &info);
-    if (!sf)
-        return false;
-    std::vector<short> v(size_t(seconds * kRate));
-    for (size_t i = 0; i < v.size(); ++i)
-        v[i] = short(12000 * std::sin(2 * M_PI * hz * double(i) / kRate));
-    sf_writef_short(sf, v.data(), sf_count_t(v.size()));
     return sf_close(sf) == 0;
 }
 
@@ -213,7 +199,7 @@ int main(int argc, char** argv) {
 
     // Pitch kept at four speeds, and two shifts.
     const QString sine = dir.filePath(QStringLiteral("sine.wav"));
-    writeSine(sine, 4.0, 440.0);
+    bench::writeTone(sine, 4.0, 440.0, 1, kRate, 12000.0 / 32767);
     const QString shifted = dir.filePath(QStringLiteral("shifted.wav"));
     double worst = 0;
     for (const int pct : {5, 50, 100, 200}) {

@@ -2,9 +2,7 @@
 // is left, deleting loops with and without the question, the row that follows the music, the
 // loop length panel and the right-click help. The real window and library file, generated WAV
 // files and the null sound device.
-#include "ProgramRun.h"
-#include "TestHome.h"
-#include "WavGen.h"
+#include "MainWindowTest.h"
 
 #include "app/AppPaths.h"
 #include "app/Prompts.h"
@@ -28,22 +26,12 @@
 
 namespace {
 
-class Grids : public ::testing::Test {
+class Grids : public MainWindowTest {
 protected:
     void SetUp() override {
-        qputenv("CANTAVOX_NULL_RATE", "20");
-        run.start();
-        ASSERT_TRUE(run.waitUntilRunning());
-        m = run.main();
-        u = m->ui();
-        w = u->WaveControl;
+        MainWindowTest::SetUp();
         grid = u->loopPoints;
-        ASSERT_TRUE(QDir().mkpath(appDir() + QStringLiteral("/music")));
-        const QString path = appDir() + QStringLiteral("/music/song.wav");
-        ASSERT_TRUE(wavgen::writeSine(path, 60.0, 440.0, {8000, 1}));
-        Prompts::pushAnswer(path);
-        m->mnuFileOpen_Click();
-        ASSERT_FALSE(m->cdView);
+        openWave(QStringLiteral("song.wav"), 60.0);
         // The whole-file loop the catalogue made goes; the tests lay out their own.
         m->dtaLoopPoints->MoveFirst();
         m->dtaLoopPoints->Delete();
@@ -54,7 +42,6 @@ protected:
         m->loopsModel->reload();
         Prompts::clear();
     }
-    void TearDown() override { qunsetenv("CANTAVOX_NULL_RATE"); }
 
     void selectRow(int row) { grid->setCurrentIndex(grid->model()->index(row, 1)); }
     int currentStart() const {
@@ -77,11 +64,6 @@ protected:
         return out;
     }
 
-    TestHome home;
-    ProgramRun run;
-    frmMain* m = nullptr;
-    Ui::frmMain* u = nullptr;
-    MMControl* w = nullptr;
     DataGrid* grid = nullptr;
 };
 

@@ -3,9 +3,7 @@
 // natural end until the user stops it. The real window and library, generated WAV files and
 // the null sound device running faster than real time.
 #include "ErrorOf.h"
-#include "ProgramRun.h"
-#include "TestHome.h"
-#include "WavGen.h"
+#include "MainWindowTest.h"
 
 #include "app/AppPaths.h"
 #include "app/Forms.h"
@@ -14,8 +12,8 @@
 #include "app/globals.h"
 #include "app/stateVariable.h"
 #include "library/Recordset.h"
-#include "loops/loopPoints.h"
 #include "loops/frmTrim.h"
+#include "loops/loopPoints.h"
 #include "loops/makeLoopPoints.h"
 #include "platform/MMControl.h"
 #include "ui_frmMain.h"
@@ -32,52 +30,17 @@ namespace {
 
 const QString kLoopProblem = QStringLiteral("Sorry, there's a loop problem. Endpoints are wrong.");
 
-class Loops : public ::testing::Test {
+class Loops : public MainWindowTest {
 protected:
-    void SetUp() override {
-        // Twenty seconds of sound pass in one second of the test.
-        qputenv("CANTAVOX_NULL_RATE", "20");
-        run.start();
-        ASSERT_TRUE(run.waitUntilRunning());
-        m = run.main();
-        u = m->ui();
-        w = u->WaveControl;
-        ASSERT_TRUE(QDir().mkpath(appDir() + QStringLiteral("/music")));
-        Prompts::clear();
-    }
-    void TearDown() override { qunsetenv("CANTAVOX_NULL_RATE"); }
-
     // Opens a mono 8 kHz sine in mode "Wave"; the catalogue gives it one whole-file loop,
-    // which the tests take away unless they want it.
-    void openWave(double seconds, bool keepWholeFileLoop = false) {
-        const QString path = appDir() + QStringLiteral("/music/piece.wav");
-        ASSERT_TRUE(wavgen::writeSine(path, seconds, 440.0, {8000, 1}));
-        Prompts::pushAnswer(path);
-        m->mnuFileOpen_Click();
-        ASSERT_FALSE(m->cdView);
-        if (!keepWholeFileLoop)
-            while (m->dtaLoopPoints->RecordCount() > 0) {
-                m->dtaLoopPoints->MoveFirst();
-                m->dtaLoopPoints->Delete();
-                m->dtaLoopPoints->Requery();
-            }
-        Prompts::clear();
-    }
-    // A loop row of the open file; a negative end leaves endTime Null.
-    void addLoop(qint32 start, qint32 end, const QString& comment = {}) {
-        Recordset* rs = m->dtaLoopPoints;
-        rs->AddNew();
-        rs->setField(QStringLiteral("waveFileID"), m->WAVs->field(QStringLiteral("waveFileID")));
-        rs->setField(QStringLiteral("startTime"), start);
-        if (end >= 0)
-            rs->setField(QStringLiteral("endTime"), end);
-        rs->setField(QStringLiteral("Comment"), comment);
-        rs->Update();
-        rs->Requery();
-    }
-    void selectLoopStarting(qint32 start) {
-        m->dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {start});
-        ASSERT_FALSE(m->dtaLoopPoints->NoMatch());
+    // which the tests take away.
+    void openWave(double seconds) {
+        MainWindowTest::openWave(QStringLiteral("piece.wav"), seconds);
+        while (m->dtaLoopPoints->RecordCount() > 0) {
+            m->dtaLoopPoints->MoveFirst();
+            m->dtaLoopPoints->Delete();
+            m->dtaLoopPoints->Requery();
+        }
     }
     QVariant storedEnd(qint32 start) {
         auto probe = m->dtaLoopPoints->Clone();
@@ -107,12 +70,6 @@ protected:
     }
     // Lets the sound run on for the given milliseconds of sound time.
     static void listen(int soundMs) { QTest::qWait(soundMs / 20); }
-
-    TestHome home;
-    ProgramRun run;
-    frmMain* m = nullptr;
-    Ui::frmMain* u = nullptr;
-    MMControl* w = nullptr;
 };
 
 } // namespace

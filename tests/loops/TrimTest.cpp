@@ -1,9 +1,7 @@
 // The trim window: the loop's ends are moved by ear while it plays, within a margin of a
 // second (none in SlowPlay), widened by Zoom Out, shifted by Prev and Next, and stored only
 // by Save. The real window and library, generated WAV files and the null sound device.
-#include "ProgramRun.h"
-#include "TestHome.h"
-#include "WavGen.h"
+#include "MainWindowTest.h"
 
 #include "app/AppPaths.h"
 #include "app/Forms.h"
@@ -26,35 +24,16 @@
 
 namespace {
 
-class Trim : public ::testing::Test {
+class Trim : public MainWindowTest {
 protected:
     void SetUp() override {
-        qputenv("CANTAVOX_NULL_RATE", "20");
-        run.start();
-        ASSERT_TRUE(run.waitUntilRunning());
-        m = run.main();
-        u = m->ui();
-        w = u->WaveControl;
-        ASSERT_TRUE(QDir().mkpath(appDir() + QStringLiteral("/music")));
-        const QString path = appDir() + QStringLiteral("/music/etude.wav");
-        ASSERT_TRUE(wavgen::writeSine(path, 60.0, 440.0, {8000, 1}));
-        Prompts::pushAnswer(path);
-        m->mnuFileOpen_Click();
-        ASSERT_FALSE(m->cdView);
-        Prompts::clear();
+        MainWindowTest::SetUp();
+        openWave(QStringLiteral("etude.wav"), 60.0);
     }
-    void TearDown() override { qunsetenv("CANTAVOX_NULL_RATE"); }
-
     // Stores a loop, selects it and plays it, which brings up the trim window.
     frmTrim* playLoop(qint32 start, qint32 end) {
-        Recordset* rs = m->dtaLoopPoints;
-        rs->AddNew();
-        rs->setField(QStringLiteral("waveFileID"), m->WAVs->field(QStringLiteral("waveFileID")));
-        rs->setField(QStringLiteral("startTime"), start);
-        rs->setField(QStringLiteral("endTime"), end);
-        rs->Update();
-        rs->Requery();
-        rs->FindFirst(QStringLiteral("startTime = ?"), {start});
+        addLoop(start, end);
+        selectLoopStarting(start);
         m->btnLoopPlay_Click();
         return formIfLoaded<frmTrim>();
     }
@@ -66,12 +45,6 @@ protected:
                          {m->WAVs->field(QStringLiteral("waveFileID"))});
         return probe->field(QString::fromLatin1(field));
     }
-
-    TestHome home;
-    ProgramRun run;
-    frmMain* m = nullptr;
-    Ui::frmMain* u = nullptr;
-    MMControl* w = nullptr;
 };
 
 } // namespace

@@ -4,9 +4,7 @@
 // the loop again. The real window and library, the real Rubber Band engine, generated WAV
 // files and the null sound device running faster than real time.
 #include "ErrorOf.h"
-#include "ProgramRun.h"
-#include "TestHome.h"
-#include "WavGen.h"
+#include "MainWindowTest.h"
 
 #include "app/AppPaths.h"
 #include "app/Forms.h"
@@ -41,36 +39,13 @@ std::pair<qint64, int> soundOf(const QString& path) {
     return {info.frames, info.samplerate};
 }
 
-class SlowPlay : public ::testing::Test {
+class SlowPlay : public MainWindowTest {
 protected:
-    void SetUp() override {
-        qputenv("CANTAVOX_NULL_RATE", "20");
-        run.start();
-        ASSERT_TRUE(run.waitUntilRunning());
-        m = run.main();
-        u = m->ui();
-        w = u->WaveControl;
-        ASSERT_TRUE(QDir().mkpath(appDir() + QStringLiteral("/music")));
-        Prompts::clear();
-    }
-    void TearDown() override { qunsetenv("CANTAVOX_NULL_RATE"); }
-
     // A 16 kHz stereo sine of 20 s in mode "Wave", with one loop from 2 s to 4 s selected.
     void openWithLoop() {
-        source = appDir() + QStringLiteral("/music/tune.wav");
-        ASSERT_TRUE(wavgen::writeSine(source, 20.0, 440.0, {16000, 2}));
-        Prompts::pushAnswer(source);
-        m->mnuFileOpen_Click();
-        ASSERT_FALSE(m->cdView);
-        Recordset* rs = m->dtaLoopPoints;
-        rs->AddNew();
-        rs->setField(QStringLiteral("waveFileID"), m->WAVs->field(QStringLiteral("waveFileID")));
-        rs->setField(QStringLiteral("startTime"), 2000);
-        rs->setField(QStringLiteral("endTime"), 4000);
-        rs->Update();
-        rs->Requery();
-        rs->FindFirst(QStringLiteral("startTime = ?"), {2000});
-        Prompts::clear();
+        source = openWave(QStringLiteral("tune.wav"), 20.0, {16000, 2});
+        addLoop(2000, 4000);
+        selectLoopStarting(2000);
     }
     QString scratch(const char* name) const { return appDir() + u'/' + QLatin1String(name); }
     // Waits until the finished file loops in WaveControl.
@@ -91,11 +66,6 @@ protected:
         return false;
     }
 
-    TestHome home;
-    ProgramRun run;
-    frmMain* m = nullptr;
-    Ui::frmMain* u = nullptr;
-    MMControl* w = nullptr;
     QString source;
 };
 

@@ -2,9 +2,7 @@
 // start and stop wherever the focus is, except that Space types where text is being edited;
 // F7 plays the selected loop, F8 plays on from it; the pad's plus and minus change the speed
 // in SlowPlay. The real window, a generated WAV file and the null sound device.
-#include "ProgramRun.h"
-#include "TestHome.h"
-#include "WavGen.h"
+#include "MainWindowTest.h"
 
 #include "app/AppPaths.h"
 #include "app/Prompts.h"
@@ -25,34 +23,10 @@
 
 namespace {
 
-class Keyboard : public ::testing::Test {
+class Keyboard : public MainWindowTest {
 protected:
-    void SetUp() override {
-        qputenv("CANTAVOX_NULL_RATE", "20");
-        run.start();
-        ASSERT_TRUE(run.waitUntilRunning());
-        m = run.main();
-        u = m->ui();
-        w = u->WaveControl;
-    }
-    void TearDown() override { qunsetenv("CANTAVOX_NULL_RATE"); }
-
-    void openWave() {
-        ASSERT_TRUE(QDir().mkpath(appDir() + QStringLiteral("/music")));
-        const QString path = appDir() + QStringLiteral("/music/reel.wav");
-        ASSERT_TRUE(wavgen::writeSine(path, 60.0, 440.0, {8000, 2}));
-        Prompts::pushAnswer(path);
-        m->mnuFileOpen_Click();
-        ASSERT_FALSE(m->cdView);
-        Prompts::clear();
-    }
+    void openWave() { MainWindowTest::openWave(QStringLiteral("reel.wav"), 60.0, {8000, 2}); }
     bool isPlaying() const { return w->Mode() == MMControl::ModePlaying; }
-
-    TestHome home;
-    ProgramRun run;
-    frmMain* m = nullptr;
-    Ui::frmMain* u = nullptr;
-    MMControl* w = nullptr;
 };
 
 } // namespace

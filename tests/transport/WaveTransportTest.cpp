@@ -2,9 +2,7 @@
 // events that restart an armed loop or finish a capture, the strip's buttons and the
 // scroll bar. The real window, the null sound device (running faster than real time) and
 // generated WAV files.
-#include "ProgramRun.h"
-#include "TestHome.h"
-#include "WavGen.h"
+#include "MainWindowTest.h"
 
 #include "app/AppPaths.h"
 #include "app/Forms.h"
@@ -31,36 +29,9 @@ constexpr int kPlay = 2;
 constexpr int kPause = 3;
 constexpr int kStop = 6;
 
-class WaveTransport : public ::testing::Test {
+class WaveTransport : public MainWindowTest {
 protected:
-    void SetUp() override {
-        // Twenty seconds of sound pass in one second of the test.
-        qputenv("CANTAVOX_NULL_RATE", "20");
-        run.start();
-        ASSERT_TRUE(run.waitUntilRunning());
-        m = run.main();
-        u = m->ui();
-        w = u->WaveControl;
-        ASSERT_TRUE(QDir().mkpath(appDir() + QStringLiteral("/music")));
-    }
-    void TearDown() override { qunsetenv("CANTAVOX_NULL_RATE"); }
-
-    // A small sine (mono, 8 kHz) opened in mode "Wave" through File Open.
-    QString openWave(const QString& name, double seconds) {
-        const QString path = appDir() + QStringLiteral("/music/") + name;
-        EXPECT_TRUE(wavgen::writeSine(path, seconds, 440.0, {8000, 1}));
-        Prompts::pushAnswer(path);
-        m->mnuFileOpen_Click();
-        EXPECT_FALSE(m->cdView) << "the file should have opened in mode Wave";
-        return path;
-    }
     QString msg() const { return m->panelText(QStringLiteral("pnlMsg")); }
-
-    TestHome home;
-    ProgramRun run;
-    frmMain* m = nullptr;
-    Ui::frmMain* u = nullptr;
-    MMControl* w = nullptr;
 };
 
 } // namespace
