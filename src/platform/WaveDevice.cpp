@@ -354,9 +354,9 @@ void WaveDevice::poll() {
     if (m_mode != 526 || !m_awaitingEnd || !m_audio)
         return;
     const std::uint64_t v = m_endedPasses.load(std::memory_order_acquire);
-    if ((v >> 24) != (m_generation & 0xFFFFFFFFFF))
+    if ((v >> 32) != (m_generation & 0xFFFFFFFFu))
         return;
-    const std::uint32_t ended = std::uint32_t(v & 0xFFFFFF);
+    const auto ended = static_cast<std::uint32_t>(v & 0xFFFFFFFFu);
     if (ended <= m_reportedEnds || m_audio->now() < m_lastEndDac.load())
         return;
     // The end is heard now: the play stops on To.
@@ -500,7 +500,7 @@ AudioDevice::RenderStats WaveDevice::render(float* out, int frames, double dacTi
         if (m_blockOffset >= b.frames) {
             if (b.endsPass) {
                 m_lastEndDac.store(dacTime + double(written) / m_rate);
-                m_endedPasses.store((gen & 0xFFFFFFFFFF) << 24 | (b.pass + 1),
+                m_endedPasses.store((gen & 0xFFFFFFFFu) << 32 | (b.pass + 1u),
                                     std::memory_order_release);
                 m_joinArmed = true;
                 m_speculated = 0;

@@ -133,7 +133,9 @@ private:
     // Shared with the audio thread.
     std::atomic<std::uint64_t> m_active{0}; // generation << 1 | playing
     std::atomic<std::uint32_t> m_confirmedPass{0};
-    std::atomic<std::uint32_t> m_endedPasses{0};
+    // The generation's low 32 bits above the passes ended in it: both counters are wide
+    // enough for a session of months, and the two travel together.
+    std::atomic<std::uint64_t> m_endedPasses{0};
     std::atomic<double> m_lastEndDac{0};
     std::atomic<std::uint64_t> m_cutGeneration{0}; // a repeat that was cut off
     std::atomic<bool> m_repeatAhead{false};
