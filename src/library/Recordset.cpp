@@ -66,9 +66,12 @@ QSqlDatabase Recordset::db() const {
 }
 
 void Recordset::fail(int number, const QString& text) {
-    // The event lets the window show its own words; the operation fails either way.
-    int response = 1;
-    emit Error(number, response);
+    // A procedure that called us gets the error (and may have said to ignore it); only the
+    // grid's own work has nobody else to tell, so only then the window shows its own words.
+    if (m_boundDepth > 0) {
+        int response = 1;
+        emit Error(number, response);
+    }
     raiseError(number, text, QStringLiteral("Recordset"));
 }
 

@@ -80,9 +80,24 @@ public:
     // A second cursor over the same rows: moving or searching it leaves this one as it is.
     std::unique_ptr<Recordset> Clone() const;
 
+    // While one lives, the recordset works for its bound grid rather than for a procedure:
+    // a failure then also raises the Error event, since no code is there to catch it.
+    class BoundOperation {
+    public:
+        explicit BoundOperation(Recordset* rs) : m_rs(rs) { ++m_rs->m_boundDepth; }
+        ~BoundOperation() { --m_rs->m_boundDepth; }
+        BoundOperation(const BoundOperation&) = delete;
+        BoundOperation& operator=(const BoundOperation&) = delete;
+
+    private:
+        Recordset* m_rs;
+    };
+
 signals:
     void Reposition();
-    // DataErr is the error number; Response 0 says the handler has shown its own message.
+    // A data error of the bound grid's own work (never of a call from code, which gets the
+    // error raised instead). DataErr is the error number; Response 0 says the handler has
+    // shown its own message.
     void Error(int DataErr, int& Response);
 
 private:
@@ -113,4 +128,5 @@ private:
     EditMode m_editMode = dbEditNone;
     QSqlRecord m_buffer;
     QVariant m_lastModified;
+    int m_boundDepth = 0;
 };

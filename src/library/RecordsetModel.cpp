@@ -64,6 +64,7 @@ bool RecordsetModel::commitPendingRow() {
     if (m_pending.isEmpty() || !m_recordset)
         return true;
     FS_PROC("RecordsetModel", "Function commitPendingRow");
+    const Recordset::BoundOperation bound(m_recordset);
     const QVariant keep =
         m_recordset->isEOF() || m_recordset->isBOF() ? QVariant() : m_recordset->Bookmark();
     m_recordset->setAbsolutePosition(m_pendingRow);
