@@ -1,5 +1,6 @@
 #include "app/Prompts.h"
 
+#include <QAbstractFileIconProvider>
 #include <QApplication>
 #include <QColorDialog>
 #include <QDialog>
@@ -10,6 +11,42 @@
 #include <cstdio>
 
 namespace {
+// Icons and kinds from the names alone. Left to itself the file dialog reads the start of
+// every file it lists to tell its type, the library among them in the program folder; and a
+// descriptor of the library closing anywhere in the process drops SQLite's locks on it, after
+// which another program may delete the write-ahead log we still write into.
+class NameOnlyIconProvider : public QAbstractFileIconProvider {
+public:
+    using QAbstractFileIconProvider::icon;
+    QIcon icon(const QFileInfo& info) const override {
+        return icon(info.isDir() ? QAbstractFileIconProvider::Folder
+                                 : QAbstractFileIconProvider::File);
+    }
+    QString type(const QFileInfo& info) const override {
+        if (info.isDir())
+            return QStringLiteral("Folder");
+        const QString suffix = info.suffix();
+        return suffix.isEmpty() ? QStringLiteral("File")
+                                : suffix.toUpper() + QStringLiteral(" File");
+    }
+};
+
+// The dialog of our own widgets rather than the desktop's: a desktop's dialog running in our
+// process reads file contents too, and ours is the one we can keep from doing it.
+QString runFileDialog(QWidget* parent, const QString& caption, const QString& dir,
+                      const QString& filter, QFileDialog::AcceptMode mode) {
+    NameOnlyIconProvider icons;
+    QFileDialog dialog(parent, caption, dir, filter);
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
+    dialog.setIconProvider(&icons);
+    dialog.setAcceptMode(mode);
+    dialog.setFileMode(mode == QFileDialog::AcceptOpen ? QFileDialog::ExistingFile
+                                                       : QFileDialog::AnyFile);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return {};
+    return dialog.selectedFiles().constFirst();
+}
+
 struct State {
     bool scripted = false;
     bool envChecked = false;
@@ -181,7 +218,7 @@ QString Prompts::getOpenFileName(QWidget* parent, const QString& caption, const 
         record({QStringLiteral("open"), caption, filter, 0, dir});
         return nextAnswer(QString()).toString();
     }
-    return QFileDialog::getOpenFileName(parent, caption, dir, filter);
+    return runFileDialog(parent, caption, dir, filter, QFileDialog::AcceptOpen);
 }
 
 QString Prompts::getSaveFileName(QWidget* parent, const QString& caption, const QString& dir,
@@ -190,7 +227,7 @@ QString Prompts::getSaveFileName(QWidget* parent, const QString& caption, const 
         record({QStringLiteral("save"), caption, filter, 0, dir});
         return nextAnswer(QString()).toString();
     }
-    return QFileDialog::getSaveFileName(parent, caption, dir, filter);
+    return runFileDialog(parent, caption, dir, filter, QFileDialog::AcceptSave);
 }
 
 QColor Prompts::getColor(const QColor& initial, QWidget* parent, const QString& title) {
