@@ -10,6 +10,7 @@
 #include "library/cdDrive.h"
 #include "library/dbUpgrade.h"
 #include "platform/DesktopAutoplay.h"
+#include "platform/SingleInstance.h"
 #include "prefs/REG_MODULE.h"
 #include "prefs/prefs.h"
 #include "shell/CShutdown.h"
@@ -22,6 +23,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <memory>
 
 namespace {
 const char* const kModule = "Main";
@@ -31,8 +33,17 @@ bool g_processEnded = false;
 int g_exitStatus = 0;
 int g_requestedStatus = 0;
 std::function<void(int)> g_endProcess;
+// Held from the moment the folder is ours until the process ends.
+std::unique_ptr<SingleInstance> g_instance;
+
+void releaseFolder() {
+    if (g_instance)
+        g_instance->release();
+    g_instance.reset();
+}
 
 void endProcess(int status) {
+    releaseFolder();
     if (g_requestedStatus != 0)
         status = g_requestedStatus;
     g_processEnded = true;
@@ -60,6 +71,40 @@ bool prepareProgramDirectory(QString& problem) {
     QFile::remove(dir + QStringLiteral("/.write-test"));
     return true;
 }
+// A second program on the same folder would write the same library and scratch files: it
+// brings the running one to the front instead and leaves before writing anything.
+bool claimProgramDirectory(const QString& dir) {
+    if (!QDir().mkpath(dir))
+        return true; // the folder checks say why it can't be used
+    auto instance = std::make_unique<SingleInstance>(dir);
+    if (instance->claim() != SingleInstance::Claim::AlreadyRunning) {
+        QObject::connect(instance.get(), &SingleInstance::showRequested, [] {
+            frmMain* main = frmMain::instance();
+            if (!main || !main->isVisible())
+                return;
+            main->setWindowState((main->windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
+            main->raise();
+            main->activateWindow();
+        });
+        g_instance = std::move(instance);
+        return true;
+    }
+    const bool shown = instance->askHolderToShow();
+    Prompts::msgBox(
+        QStringLiteral("Cantavox is already running with the program folder %1%2. Only one "
+                       "Cantavox at a time can keep a library, so this one closes without "
+                       "changing anything.%3")
+            .arg(QDir::toNativeSeparators(dir),
+                 instance->holderPid() > 0
+                     ? QStringLiteral(" (process %1)").arg(instance->holderPid())
+                     : QString(),
+                 shown ? QStringLiteral(" Its window has been brought to the front.")
+                       : QStringLiteral(" Switch to its window to go on.")),
+        vb::vbInformation);
+    g_processEnded = true;
+    g_exitStatus = 5;
+    return false;
+}
 } // namespace
 
 bool processEnded() {
@@ -72,6 +117,7 @@ void setEndProcessHandler(std::function<void(int)> handler) {
     g_endProcess = std::move(handler);
 }
 void resetProcessState() {
+    releaseFolder();
     g_processEnded = false;
     g_exitStatus = 0;
     g_requestedStatus = 0;
@@ -96,8 +142,11 @@ void Main() {
         g_exitStatus = 2;
         return;
     }
+    if (!claimProgramDirectory(dir))
+        return;
     QString problem;
     if (!prepareProgramDirectory(problem)) {
+        releaseFolder();
         Prompts::msgBox(QStringLiteral("Cantavox can't use its folder %1: %2. Check that the "
                                        "folder exists and that you may write to it, or set "
                                        "CANTAVOX_HOME to another folder.")
