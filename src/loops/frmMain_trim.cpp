@@ -15,10 +15,10 @@ const char* const kModule = "main form";
 void frmMain::setupTrimFormsForSlowdown() {
     FS_PROC(kModule, "Sub setupTrimFormsForSlowdown");
     if (frmTrim* trim = formIfLoaded<frmTrim>()) {
-        trimStartFraction =
-            static_cast<float>(trim->slStart(0)->value()) / trim->slStart(0)->maximum();
-        trimEndFraction =
-            static_cast<float>(trim->slStart(1)->value()) / trim->slStart(1)->maximum();
+        trimStartFraction = static_cast<float>(trim->slStart(0)->value()) /
+                            static_cast<float>(trim->slStart(0)->maximum());
+        trimEndFraction = static_cast<float>(trim->slStart(1)->value()) /
+                          static_cast<float>(trim->slStart(1)->maximum());
     }
     if (isLoaded(QStringLiteral("frmScrollTime"))) {
         // Placeholder: the graph window's markers give graphStartFraction/graphEndFraction.
