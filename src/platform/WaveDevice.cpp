@@ -8,7 +8,9 @@
 #include <QFileInfo>
 #include <QHash>
 #include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <limits>
 #include <sndfile.h>
 
 namespace {
@@ -34,6 +36,72 @@ qint16 g_nextId = 1;
 
 QString shown(const QString& path) {
     return QFileInfo(path).fileName().isEmpty() ? path : QFileInfo(path).fileName();
+}
+
+// The steepest step from one frame to the next in any channel.
+float steepestStep(const float* frames, int count, int channels) {
+    float steepest = 0;
+    for (int i = 0; i + 1 < count; ++i)
+        for (int c = 0; c < channels; ++c)
+            steepest = std::max(
+                steepest, std::abs(frames[(i + 1) * channels + c] - frames[i * channels + c]));
+    return steepest;
+}
+
+// The `n` frames that end a pass, blended into the `n` frames that lead into its start so that
+// the pass flows on into From. tail: the frame before the blend, then the pass's last n frames;
+// lead: the n frames before From, then From.
+//
+// The gains keep the sound's power for how alike the two stretches are: cos/sin for unrelated
+// sound, summing to one for the same sound in step, where cos/sin would swell it by 3 dB. A
+// held tone cut out of phase with itself still turns its phase over within the blend, which
+// steepens the wave; a dip in level in the blend's middle takes that back. The shallowest dip
+// whose steps stay within the steepest of the two stretches is used; where none does (a tone
+// too low for a few milliseconds), the gentlest.
+void blendJoin(const float* tail, const float* lead, int n, int channels, float* out) {
+    const float* from = tail + channels; // the pass's last n frames
+    double both = 0, tails = 0, leads = 0;
+    for (int i = 0; i < n * channels; ++i) {
+        both += double(from[i]) * lead[i];
+        tails += double(from[i]) * from[i];
+        leads += double(lead[i]) * lead[i];
+    }
+    const double alike =
+        tails > 0 && leads > 0 ? std::clamp(both / std::sqrt(tails * leads), 0.0, 1.0) : 0.0;
+    const float limit =
+        std::max(steepestStep(tail, n + 1, channels), steepestStep(lead, n + 1, channels));
+
+    auto blend = [&](double dip) {
+        for (int i = 0; i < n; ++i) {
+            // Smooth at both ends: the gains' own slope is no step.
+            const double t = double(i + 1) / (n + 1);
+            const double angle = M_PI / 4 * (1 - std::cos(M_PI * t));
+            const double a = std::cos(angle), b = std::sin(angle);
+            const double level = (1 - dip * std::sin(M_PI * t)) / std::sqrt(1 + 2 * alike * a * b);
+            for (int c = 0; c < channels; ++c)
+                out[i * channels + c] =
+                    float(level * (a * from[i * channels + c] + b * lead[i * channels + c]));
+        }
+        // The steps into the blend, within it and out of it into From.
+        float steepest = steepestStep(out, n, channels);
+        for (int c = 0; c < channels; ++c)
+            steepest = std::max({steepest, std::abs(out[c] - tail[c]),
+                                 std::abs(lead[n * channels + c] - out[(n - 1) * channels + c])});
+        return steepest;
+    };
+    constexpr double kDips[] = {0, 0.05, 0.1, 0.2, 0.35, 0.5};
+    double gentlest = 0;
+    float gentlestStep = std::numeric_limits<float>::max();
+    for (double dip : kDips) {
+        const float steepest = blend(dip);
+        if (steepest <= limit)
+            return;
+        if (steepest < gentlestStep) {
+            gentlestStep = steepest;
+            gentlest = dip;
+        }
+    }
+    blend(gentlest);
 }
 } // namespace
 
@@ -170,6 +238,10 @@ MediaDevice::Result WaveDevice::startStream() {
         m_commandPending = false;
     }
     m_graceFrames = qint64(kRepeatGraceSeconds * m_rate * m_audio->speed());
+    const int blend = joinBlendFrames(m_rate, std::numeric_limits<qint64>::max());
+    m_joinBlend.assign(size_t(blend) * size_t(m_channels), 0.0f);
+    m_joinTail.assign(size_t(blend + 1) * size_t(m_channels), 0.0f);
+    m_joinLead.assign(size_t(blend + 1) * size_t(m_channels), 0.0f);
     m_reader = std::thread([this] { runReader(); });
     QString error;
     if (!m_audio->startOutput({m_rate, m_channels}, this, error)) {
@@ -386,11 +458,34 @@ qint64 WaveDevice::readFrames(qint64 from, int n, float* out) {
     return sf_readf_float(m_file, out, n);
 }
 
+// The blend that ends each pass of c when a repeat follows, into m_joinBlend; false if the
+// file no longer holds the frames.
+bool WaveDevice::prepareJoinBlend(const Command& c, int frames) {
+    const int ch = m_channels;
+    if (readFrames(c.to - frames - 1, frames + 1, m_joinTail.data()) != frames + 1)
+        return false;
+    // Before the file's start there is silence to lead in from.
+    const qint64 lead = c.from - frames;
+    const int silent = int(std::max<qint64>(0, -lead));
+    std::fill_n(m_joinLead.begin(), size_t(silent) * size_t(ch), 0.0f);
+    if (readFrames(lead + silent, frames + 1 - silent, m_joinLead.data() + size_t(silent * ch)) !=
+        frames + 1 - silent)
+        return false;
+    blendJoin(m_joinTail.data(), m_joinLead.data(), frames, ch, m_joinBlend.data());
+    return true;
+}
+
 void WaveDevice::runReader() {
     Command cur;
     bool active = false;
     qint64 pos = 0;
     std::uint32_t pass = 0;
+    // The blend at the end of each pass: made once a command, when the first pass reaches it
+    // with a repeat to follow, and laid over every pass whose end is read with one to follow.
+    int blendFrames = 0;
+    int blendMade = 0; // 0 not yet, 1 made, -1 the file didn't hold it
+    std::uint32_t blendPass = 0;
+    bool blendThisPass = false;
     for (;;) {
         {
             std::unique_lock lock(m_commandLock);
@@ -404,6 +499,9 @@ void WaveDevice::runReader() {
                 active = cur.play;
                 pos = cur.from;
                 pass = 0;
+                blendFrames = cur.play ? joinBlendFrames(m_rate, cur.to - cur.from) : 0;
+                blendMade = 0;
+                blendPass = ~std::uint32_t(0);
             }
         }
         // Up to four blocks, then a look for a newer command.
@@ -422,6 +520,24 @@ void WaveDevice::runReader() {
             b.startFrame = pos;
             b.frames = int(got);
             b.endsPass = got < want || pos + got >= cur.to;
+            const qint64 blendStart = cur.to - blendFrames;
+            if (blendFrames > 1 && got > 0 && pos + got > blendStart) {
+                // Decided once a pass, so that a blend is never cut off half way.
+                if (blendPass != pass) {
+                    blendPass = pass;
+                    blendThisPass = m_repeatAhead.load();
+                    if (blendThisPass && blendMade == 0)
+                        blendMade = prepareJoinBlend(cur, blendFrames) ? 1 : -1;
+                    blendThisPass = blendThisPass && blendMade > 0;
+                }
+                if (blendThisPass) {
+                    const qint64 first = std::max(pos, blendStart);
+                    std::memcpy(b.samples.data() + size_t(first - pos) * size_t(m_channels),
+                                m_joinBlend.data() +
+                                    size_t(first - blendStart) * size_t(m_channels),
+                                size_t(pos + got - first) * size_t(m_channels) * sizeof(float));
+                }
+            }
             m_ring->push();
             pos += got;
             if (b.endsPass) {

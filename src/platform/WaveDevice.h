@@ -4,6 +4,7 @@
 #include "platform/MediaDevice.h"
 
 #include <QTimer>
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <memory>
@@ -29,7 +30,9 @@ struct sf_private_tag;
 // Repetition: with repeatAhead on (a loop is armed) the reader goes on past To with the same
 // From..To. If the owner answers the end with a play of the same From..To, that play is
 // already sounding and the join has no gap at all; if it answers otherwise (or not within a
-// tenth of a second) the repeat is cut off.
+// tenth of a second) the repeat is cut off. A pass that a repeat follows ends in a blend of a
+// few milliseconds into the frames that lead into From, so the join isn't heard; it lasts just
+// as long, and only what is played changes, never a file.
 //
 // Threads: every public function on the UI thread. playEnded() is emitted on the UI thread
 // by a timer that watches what the audio thread reports.
@@ -61,6 +64,12 @@ public:
     static WaveDevice* byId(qint16 id);
 
     void setRepeatAhead(bool on) override;
+    // A pass that a repeat follows ends in a blend of this long into the sound that leads
+    // into From, so that the join isn't heard; half the pass at most.
+    static constexpr int kJoinBlendMs = 5;
+    static int joinBlendFrames(int rate, qint64 passFrames) {
+        return int(std::min<qint64>(qint64(rate) * kJoinBlendMs / 1000, passFrames / 2));
+    }
     // The sound device in use (its counters tell what was played).
     AudioDevice* audio() const { return m_audio.get(); }
     int sampleRate() const { return m_rate; }
@@ -84,6 +93,7 @@ private:
     void stopStream();
     void runReader();
     qint64 readFrames(qint64 from, int n, float* out);
+    bool prepareJoinBlend(const Command& c, int frames);
     void sendCommand(const Command& c);
     std::uint64_t newGeneration(bool play);
     void poll();
@@ -129,6 +139,12 @@ private:
     bool m_commandPending = false;
     bool m_quit = false;
     std::unique_ptr<BlockRing> m_ring;
+    // The end of a pass as it sounds when a repeat follows, and what it is made of: the frame
+    // before it and the pass's last frames; the frames that lead into From, and From. Sized
+    // when the stream starts.
+    std::vector<float> m_joinBlend;
+    std::vector<float> m_joinTail;
+    std::vector<float> m_joinLead;
 
     // Shared with the audio thread.
     std::atomic<std::uint64_t> m_active{0}; // generation << 1 | playing

@@ -45,6 +45,28 @@ protected:
         control.setCommand(QStringLiteral("Play"));
     }
 
+    // The loop logic's way: every natural end is answered at once with the same play, and
+    // the user stops after the last pass. Returns the passes that ended.
+    int playLoop(qint32 from, qint32 to, int passes) {
+        int ends = 0;
+        const QMetaObject::Connection answer =
+            QObject::connect(&control, &MMControl::Done, [&](int code) {
+                if (code != MMControl::NotifySuccessful)
+                    return;
+                if (++ends < passes)
+                    playWithNotify(from, to);
+                else
+                    control.setCommand(QStringLiteral("Stop"));
+            });
+        playWithNotify(from, to);
+        QElapsedTimer t;
+        t.start();
+        while (ends < passes && t.elapsed() < 5000)
+            QTest::qWait(5);
+        QObject::disconnect(answer);
+        return ends;
+    }
+
     QTemporaryDir dir;
     MMControl control;
 };
@@ -61,6 +83,38 @@ std::vector<float> readAll(const QString& file, SF_INFO& info) {
     sf_close(sf);
     return out;
 }
+
+// What the null device plays, heard through its loopback by a recorder of its own (mono,
+// 44.1 kHz). 16 bits keep a file's own 16-bit samples exact; 32 bits keep a blend of them to
+// far below one 16-bit step.
+class Loopback {
+public:
+    Loopback(const QString& file, int bits) : m_file(file) {
+        m_recorder.setDeviceType(QStringLiteral("waveaudio"));
+        QString why;
+        auto* rec = static_cast<WaveDevice*>(m_recorder.device());
+        const bool format = rec->setRecordingFormat(bits, 1, 44100, why);
+        m_recorder.setFileName(file);
+        m_recorder.setCommand(QStringLiteral("open"));
+        m_recorder.setCommand(QStringLiteral("Record"));
+        m_started = format && m_recorder.Error() == 0;
+    }
+    bool started() const { return m_started; }
+    // Everything heard since the start; empty if it couldn't be saved.
+    std::vector<float> stop() {
+        m_recorder.setCommand(QStringLiteral("Stop"));
+        m_recorder.setCommand(QStringLiteral("Save"));
+        if (m_recorder.Error() != 0)
+            return {};
+        SF_INFO info;
+        return readAll(m_file, info);
+    }
+
+private:
+    QString m_file;
+    MMControl m_recorder;
+    bool m_started = false;
+};
 
 } // namespace
 
@@ -150,7 +204,7 @@ TEST_F(WaveDeviceTest, PauseAndResumeKeepThePositionAndBadPlaysAreRefused) {
     EXPECT_NEAR(control.Position(), heard, 120.0);
 }
 
-TEST_F(WaveDeviceTest, ARepeatedPlayJoinsWithoutASilentFrame) {
+TEST_F(WaveDeviceTest, ARepeatedPlayJoinsWithoutASilentFrameAndBlendsOnlyThePassEnds) {
     // Four times real time, not twenty: the check is of every frame, and at twenty times the
     // reader's buffer lasts only 74 ms of a busy machine's time (1.5 s in real time).
     qputenv("CANTAVOX_NULL_RATE", "4");
@@ -159,59 +213,149 @@ TEST_F(WaveDeviceTest, ARepeatedPlayJoinsWithoutASilentFrame) {
     open(path("ramp.wav"));
     ASSERT_EQ(control.Error(), 0);
     control.setRepeatAhead(true);
+    Loopback heard(path("loopback.wav"), 16);
+    ASSERT_TRUE(heard.started());
 
-    MMControl recorder;
-    recorder.setDeviceType(QStringLiteral("waveaudio"));
-    QString why;
-    auto* rec = static_cast<WaveDevice*>(recorder.device());
-    ASSERT_TRUE(rec->setRecordingFormat(16, 1, 44100, why)) << why.toStdString();
-    recorder.setFileName(path("loopback.wav"));
-    recorder.setCommand(QStringLiteral("open"));
-    recorder.setCommand(QStringLiteral("Record"));
-    ASSERT_EQ(recorder.Error(), 0) << recorder.ErrorMessage().toStdString();
-
-    // The loop logic's way: every natural end is answered at once with the same play, and
-    // the user stops after the fourth.
-    int ends = 0;
-    QObject::connect(&control, &MMControl::Done, [&](int code) {
-        if (code != MMControl::NotifySuccessful)
-            return;
-        if (++ends < 4)
-            playWithNotify(100, 1100);
-        else
-            control.setCommand(QStringLiteral("Stop"));
-    });
-    playWithNotify(100, 1100);
-    QElapsedTimer t;
-    t.start();
-    while (ends < 4 && t.elapsed() < 5000)
-        QTest::qWait(5);
-    ASSERT_EQ(ends, 4);
+    ASSERT_EQ(playLoop(100, 1100, 4), 4);
+    // Then the same stretch once with no loop armed: nothing follows it, so nothing is blended.
     QTest::qWait(60);
-    recorder.setCommand(QStringLiteral("Stop"));
-    recorder.setCommand(QStringLiteral("Save"));
-    ASSERT_EQ(recorder.Error(), 0) << recorder.ErrorMessage().toStdString();
+    control.setRepeatAhead(false);
+    QSignalSpy done(&control, &MMControl::Done);
+    playWithNotify(100, 1100);
+    ASSERT_TRUE(done.wait(3000));
+    EXPECT_EQ(done.last().at(0).toInt(), MMControl::NotifySuccessful);
+    QTest::qWait(60);
+    const std::vector<float> got = heard.stop();
+    ASSERT_FALSE(got.empty());
 
     EXPECT_EQ(device()->audio()->joinSilentFrames(), 0);
-    // Four whole passes, and no more than the moment it took the stop to arrive.
-    EXPECT_GE(device()->audio()->framesPlayed(), 4 * 44100);
-    EXPECT_LT(device()->audio()->framesPlayed(), 4 * 44100 + 44100 * 20 / 10);
+    // Five whole passes, and no more than the moment it took the stop to arrive.
+    EXPECT_GE(device()->audio()->framesPlayed(), 5 * 44100);
+    EXPECT_LT(device()->audio()->framesPlayed(), 5 * 44100 + 44100 * 20 / 10);
 
-    SF_INFO info;
-    const std::vector<float> got = readAll(path("loopback.wav"), info);
     std::vector<int> frames;
     for (float v : got)
         frames.push_back(int(std::lround(v * 32768.0)));
-    const auto first = std::find(frames.begin(), frames.end(), 4410);
-    ASSERT_NE(first, frames.end()) << "the loop's first frame was heard";
-    for (int pass = 0; pass < 4; ++pass)
-        for (int f = 4410; f < 48510; ++f) {
-            const size_t at =
-                size_t(first - frames.begin()) + size_t(pass) * 44100 + size_t(f - 4410);
-            ASSERT_LT(at, frames.size());
-            ASSERT_EQ(frames[at], f % 30000) << "pass " << pass;
+    // Each play starts out of silence; the repeats start out of the blend.
+    std::vector<size_t> starts;
+    for (size_t i = 0; i < frames.size(); ++i)
+        if ((i == 0 || frames[i - 1] == 0) && frames[i] == 4410)
+            starts.push_back(i);
+    ASSERT_EQ(starts.size(), 2u) << "the loop's first frame was heard once for each play";
+
+    const int blend = WaveDevice::joinBlendFrames(44100, 44100);
+    ASSERT_GT(blend, 0);
+    for (int pass = 0; pass < 4; ++pass) {
+        SCOPED_TRACE(pass);
+        const size_t begin = starts[0] + size_t(pass) * 44100;
+        ASSERT_LE(begin + 44100, frames.size());
+        // Every frame in order, and each pass exactly as long as the loop...
+        for (int f = 4410; f < 48510 - blend; ++f)
+            ASSERT_EQ(frames[begin + size_t(f - 4410)], f % 30000) << "frame " << f;
+        // ...but for its last frames, which go from the loop's end to what leads into its
+        // start, never beyond either.
+        for (int f = 48510 - blend; f < 48510; ++f) {
+            const int tail = f % 30000, lead = (f - 44100) % 30000;
+            const int v = frames[begin + size_t(f - 4410)];
+            ASSERT_GE(v, std::min(tail, lead) - 1) << "frame " << f;
+            ASSERT_LE(v, std::max(tail, lead) + 1) << "frame " << f;
         }
+        EXPECT_NEAR(frames[begin + 44099], 4409, 2) << "the pass ends where its start follows";
+    }
+    for (int f = 4410; f < 48510; ++f)
+        ASSERT_EQ(frames[starts[1] + size_t(f - 4410)], f % 30000)
+            << "the play no repeat follows, frame " << f;
 }
+
+namespace {
+struct JoinCase {
+    const char* name;
+    std::function<bool(const QString&)> make; // a mono 44.1 kHz file of three seconds
+    qint32 fromMs, toMs; // cut far from zero crossings, so that a plain join jumps
+};
+
+void PrintTo(const JoinCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
+class LoopJoins : public WaveDeviceTest, public ::testing::WithParamInterface<JoinCase> {};
+
+float steepestStep(const float* begin, const float* end) {
+    float steepest = 0;
+    for (const float* v = begin; v + 1 < end; ++v)
+        steepest = std::max(steepest, std::abs(v[1] - v[0]));
+    return steepest;
+}
+} // namespace
+
+TEST_P(LoopJoins, AreNoSteeperThanTheLoopItselfAndEveryPassKeepsItsLength) {
+    const JoinCase& c = GetParam();
+    qputenv("CANTAVOX_NULL_RATE", "4");
+    ASSERT_TRUE(c.make(path("loop.wav")));
+    SF_INFO info;
+    const std::vector<float> source = readAll(path("loop.wav"), info);
+    ASSERT_EQ(info.channels, 1);
+    open(path("loop.wav"));
+    ASSERT_EQ(control.Error(), 0);
+    control.setRepeatAhead(true);
+    Loopback heard(path("heard.wav"), 32);
+    ASSERT_TRUE(heard.started());
+    constexpr int kPasses = 4;
+    ASSERT_EQ(playLoop(c.fromMs, c.toMs, kPasses), kPasses);
+    QTest::qWait(60);
+    const std::vector<float> got = heard.stop();
+    EXPECT_EQ(device()->audio()->joinSilentFrames(), 0);
+
+    const qint64 from = qint64(c.fromMs) * 44100 / 1000;
+    const qint64 to = qint64(c.toMs) * 44100 / 1000;
+    const qint64 pass = to - from;
+    const int blend = WaveDevice::joinBlendFrames(44100, pass);
+    const float within = steepestStep(source.data() + from, source.data() + to);
+    ASSERT_GT(within, 0.0f);
+    // The play starts out of silence on a frame far from zero.
+    const auto first = std::find_if(got.begin(), got.end(), [](float v) { return v != 0.0f; });
+    ASSERT_NE(first, got.end());
+    const size_t start = size_t(first - got.begin());
+    ASSERT_GE(got.size(), start + size_t(kPasses * pass + 4 * blend));
+
+    for (int p = 0; p < kPasses; ++p) {
+        // Each pass is the loop to the frame but for the blend at its end: none added or lost.
+        const size_t begin = start + size_t(p * pass);
+        for (qint64 f = 0; f < pass - blend; ++f)
+            ASSERT_NEAR(got[begin + size_t(f)], source[size_t(from + f)], 1e-6)
+                << "pass " << p << ", frame " << f << " of the loop";
+    }
+    for (int join = 1; join < kPasses; ++join) {
+        const float* at = got.data() + start + size_t(join * pass);
+        const float step = steepestStep(at - 4 * blend, at + 4 * blend);
+        EXPECT_LE(step, within + 1e-6f) << "join " << join << ": its steepest step is "
+                                        << step / within << " times the loop's own";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Signals, LoopJoins,
+    ::testing::Values(JoinCase{"held sine",
+                               [](const QString& p) {
+                                   return wavgen::writeSine(p, 3.0, 440.0, {44100, 1});
+                               },
+                               1003, 1523},
+                      JoinCase{
+                          "chord",
+                          [](const QString& p) {
+                              return wavgen::writeChord(p, 3.0, 220.0, 277.18, 329.63, {44100, 1});
+                          },
+                          1013, 1571},
+                      JoinCase{"click track",
+                               [](const QString& p) {
+                                   return wavgen::writeClickTrack(p, 3.0, 0.25, {44100, 1});
+                               },
+                               1120, 1752}),
+    [](const ::testing::TestParamInfo<JoinCase>& info) {
+        QString name = QString::fromLatin1(info.param.name);
+        name.replace(QLatin1Char(' '), QLatin1Char('_'));
+        return name.toStdString();
+    });
 
 TEST_F(WaveDeviceTest, AnUnansweredRepeatIsCutAndAStopEndsItToo) {
     ASSERT_TRUE(wavgen::writeSine(path("c.wav"), 2.0));

@@ -21,6 +21,15 @@ struct Format {
 // so channels can be told apart. Returns false if the file could not be written.
 bool writeSine(const QString& path, double seconds, double hz = 440.0, const Format& f = {});
 
+// Three sines at a fifth of full scale each, the same on every channel: a held chord.
+bool writeChord(const QString& path, double seconds, double hz1 = 220.0, double hz2 = 277.18,
+                double hz3 = 329.63, const Format& f = {});
+
+// A click every `interval` seconds (4 ms of a 1.7 kHz tone under a Hann envelope, peaking at
+// 0.8) over a hum at 0.02 of full scale, the same on every channel: a metronome track.
+bool writeClickTrack(const QString& path, double seconds, double interval = 0.25,
+                     const Format& f = {});
+
 // A file whose sample n (per channel) holds the value n modulo 30000, as 16-bit PCM, so a
 // reader can tell exactly which frame it got.
 bool writeRamp(const QString& path, qint64 frames, int rate = 44100, int channels = 2);
