@@ -228,6 +228,10 @@ MediaDevice::Result WaveDevice::startStream() {
         return {};
     if (!m_audio)
         m_audio = AudioDevice::create();
+    // The reader and the callback work in the format the stream was started in; the UI thread
+    // may meanwhile set up the next recording's.
+    m_streamRate = m_rate;
+    m_streamChannels = m_channels;
     const int fpb = m_rate > 96000 ? 8192 : 4096;
     m_ring = std::make_unique<BlockRing>(kBlocks, fpb, m_channels);
     m_blockOffset = 0;
@@ -447,10 +451,10 @@ void WaveDevice::setRepeatAhead(bool on) {
 
 qint64 WaveDevice::readFrames(qint64 from, int n, float* out) {
     if (m_fromMemory) {
-        const qint64 have = qint64(m_recorded.size()) / std::max(1, m_channels);
+        const qint64 have = qint64(m_recorded.size()) / std::max(1, m_streamChannels);
         const qint64 take = std::clamp<qint64>(have - from, 0, n);
-        std::memcpy(out, m_recorded.data() + from * m_channels,
-                    size_t(take * m_channels) * sizeof(float));
+        std::memcpy(out, m_recorded.data() + from * m_streamChannels,
+                    size_t(take * m_streamChannels) * sizeof(float));
         return take;
     }
     if (sf_seek(m_file, from, SEEK_SET) < 0)
@@ -461,7 +465,7 @@ qint64 WaveDevice::readFrames(qint64 from, int n, float* out) {
 // The blend that ends each pass of c when a repeat follows, into m_joinBlend; false if the
 // file no longer holds the frames.
 bool WaveDevice::prepareJoinBlend(const Command& c, int frames) {
-    const int ch = m_channels;
+    const int ch = m_streamChannels;
     if (readFrames(c.to - frames - 1, frames + 1, m_joinTail.data()) != frames + 1)
         return false;
     // Before the file's start there is silence to lead in from.
@@ -499,7 +503,7 @@ void WaveDevice::runReader() {
                 active = cur.play;
                 pos = cur.from;
                 pass = 0;
-                blendFrames = cur.play ? joinBlendFrames(m_rate, cur.to - cur.from) : 0;
+                blendFrames = cur.play ? joinBlendFrames(m_streamRate, cur.to - cur.from) : 0;
                 blendMade = 0;
                 blendPass = ~std::uint32_t(0);
             }
@@ -532,10 +536,10 @@ void WaveDevice::runReader() {
                 }
                 if (blendThisPass) {
                     const qint64 first = std::max(pos, blendStart);
-                    std::memcpy(b.samples.data() + size_t(first - pos) * size_t(m_channels),
-                                m_joinBlend.data() +
-                                    size_t(first - blendStart) * size_t(m_channels),
-                                size_t(pos + got - first) * size_t(m_channels) * sizeof(float));
+                    std::memcpy(
+                        b.samples.data() + size_t(first - pos) * size_t(m_streamChannels),
+                        m_joinBlend.data() + size_t(first - blendStart) * size_t(m_streamChannels),
+                        size_t(pos + got - first) * size_t(m_streamChannels) * sizeof(float));
                 }
             }
             m_ring->push();
@@ -588,14 +592,14 @@ AudioDevice::RenderStats WaveDevice::render(float* out, int frames, double dacTi
         }
         const int n = std::min(frames - written, b.frames - m_blockOffset);
         if (n > 0) {
-            std::memcpy(out + size_t(written) * size_t(m_channels),
-                        b.samples.data() + size_t(m_blockOffset) * size_t(m_channels),
-                        size_t(n) * size_t(m_channels) * sizeof(float));
+            std::memcpy(out + size_t(written) * size_t(m_streamChannels),
+                        b.samples.data() + size_t(m_blockOffset) * size_t(m_streamChannels),
+                        size_t(n) * size_t(m_streamChannels) * sizeof(float));
             Piece& p = m_pieces[m_pieceCount.load(std::memory_order_relaxed) % kPieces];
             const std::uint32_t s = p.seq.load(std::memory_order_relaxed);
             p.seq.store(s + 1, std::memory_order_relaxed);
             std::atomic_thread_fence(std::memory_order_release);
-            p.dac.store(dacTime + double(written) / m_rate, std::memory_order_relaxed);
+            p.dac.store(dacTime + double(written) / m_streamRate, std::memory_order_relaxed);
             p.frame.store(b.startFrame + m_blockOffset, std::memory_order_relaxed);
             p.frames.store(n, std::memory_order_relaxed);
             p.generation.store(gen, std::memory_order_relaxed);
@@ -615,7 +619,7 @@ AudioDevice::RenderStats WaveDevice::render(float* out, int frames, double dacTi
         }
         if (m_blockOffset >= b.frames) {
             if (b.endsPass) {
-                m_lastEndDac.store(dacTime + double(written) / m_rate);
+                m_lastEndDac.store(dacTime + double(written) / m_streamRate);
                 m_endedPasses.store((gen & 0xFFFFFFFFu) << 32 | (b.pass + 1u),
                                     std::memory_order_release);
                 m_joinArmed = true;
@@ -626,8 +630,8 @@ AudioDevice::RenderStats WaveDevice::render(float* out, int frames, double dacTi
         }
     }
     if (written < frames) {
-        std::memset(out + size_t(written) * size_t(m_channels), 0,
-                    size_t(frames - written) * size_t(m_channels) * sizeof(float));
+        std::memset(out + size_t(written) * size_t(m_streamChannels), 0,
+                    size_t(frames - written) * size_t(m_streamChannels) * sizeof(float));
         if (m_joinArmed)
             m_pendingSilence += frames - written;
     }
@@ -677,6 +681,7 @@ MediaDevice::Result WaveDevice::record() {
     if (!m_audio)
         m_audio = AudioDevice::create();
     QString error;
+    m_inChannels = m_channels;
     if (!m_audio->startInput({m_rate, m_channels}, this, error))
         return refuse(kErrRecording, error);
     m_mode = 527;
@@ -686,7 +691,7 @@ MediaDevice::Result WaveDevice::record() {
 
 void WaveDevice::capture(const float* in, int frames) noexcept {
     if (SampleRing* ring = m_recRing.get())
-        ring->write(in, size_t(frames) * size_t(m_channels));
+        ring->write(in, size_t(frames) * size_t(m_inChannels));
 }
 
 void WaveDevice::drainRecording() {

@@ -131,6 +131,12 @@ private:
     std::unique_ptr<SampleRing> m_recRing;
     QTimer m_recDrain;
 
+    // Set before the streams start and constant while they run: the format the reader, the
+    // audio callback and the input callback work in.
+    int m_streamRate = 0;
+    int m_streamChannels = 0;
+    int m_inChannels = 0;
+
     // Reader thread.
     std::thread m_reader;
     std::mutex m_commandLock;

@@ -381,6 +381,21 @@ TEST_F(WaveDeviceTest, AnUnansweredRepeatIsCutAndAStopEndsItToo) {
     EXPECT_EQ(device()->audio()->framesPlayed(), stopped);
 }
 
+// A musician starts and stops hundreds of times an hour. Every command is a new generation
+// of play; the ends of a loop's passes must still be reported after a session's worth of them
+// (they once carried the generation in 8 bits, and loops stopped after 256 commands).
+TEST_F(WaveDeviceTest, ALoopStillRepeatsAfterThousandsOfPlaysAndStops) {
+    ASSERT_TRUE(wavgen::writeSine(path("long.wav"), 10.0));
+    open(path("long.wav"));
+    for (int i = 0; i < 2000; ++i) {
+        control.setCommand(QStringLiteral("Play"));
+        control.setCommand(QStringLiteral("Stop"));
+    }
+    control.setRepeatAhead(true);
+    EXPECT_EQ(playLoop(1000, 1400, 4), 4);
+    EXPECT_EQ(device()->audio()->joinSilentFrames(), 0);
+}
+
 TEST_F(WaveDeviceTest, StatusUpdatesFollowTheIntervalAndStopAtZero) {
     ASSERT_TRUE(wavgen::writeSine(path("d.wav"), 30.0));
     open(path("d.wav"));
