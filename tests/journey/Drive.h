@@ -347,7 +347,8 @@ inline bool markLoops(const Input& in, QWidget* main, const Loopback& ear, int c
         return false;
     click(in, start);
     QWidget* marking = nullptr;
-    if (!waitFor([&] { return (marking = shownWindow(QStringLiteral("makeLoopPoints"))); }))
+    if (!waitFor(
+            [&] { return (marking = shownWindow(QStringLiteral("makeLoopPoints"))) != nullptr; }))
         return false;
     for (int i = 1; i < count; ++i) {
         ear.listen(seconds);
