@@ -149,6 +149,14 @@ bool frmMain::panelVisible(const QString& name) const {
 }
 
 void frmMain::connectMenus() {
+    // The disc menu's track entries work on the disc's current track: with a wave file up, or
+    // no disc in the drive, there is none, and the entries would only raise "no current
+    // record". The tracks grid's popup sets them again for itself.
+    connect(m_ui->mnuCD, &QMenu::aboutToShow, this, [this] {
+        const bool track = cdView && !gvInSlowPlay && CDpresent();
+        m_ui->mnuMakeLoop->setEnabled(track);
+        m_ui->mnuDigitalRec->setEnabled(track && gvRecordMode == 1);
+    });
     connect(m_ui->menuExit, &QAction::triggered, this,
             fs::trapped(kModule, "Sub menuExit_Click", [this] { menuExit_Click(); }));
     connect(m_ui->menuAbout, &QAction::triggered, this,

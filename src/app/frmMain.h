@@ -302,6 +302,8 @@ private:
     QString dialogDirectory;
     class QMenu* m_trackGridPopup = nullptr;
     class KeyPreview* m_keyPreview = nullptr;
+    // The speed or pitch slider that had the keyboard focus when it let go of the mouse.
+    QPointer<class QSlider> m_sliderWithFocus;
     std::unique_ptr<Ui::frmMain> m_ui;
     bool m_unloading = false;
 };

@@ -21,6 +21,7 @@
 #include "transform/slowplayInterface.h"
 #include "ui_frmMain.h"
 
+#include <QProxyStyle>
 #include <QApplication>
 #include <QFile>
 #include <QGuiApplication>
@@ -31,6 +32,17 @@
 #include <cmath>
 
 namespace {
+class SliderJumpStyle : public QProxyStyle {
+public:
+    int styleHint(StyleHint hint, const QStyleOption* option = nullptr,
+                  const QWidget* widget = nullptr,
+                  QStyleHintReturn* returnData = nullptr) const override {
+        if (hint == QStyle::SH_Slider_AbsoluteSetButtons)
+            return Qt::LeftButton;
+        return QProxyStyle::styleHint(hint, option, widget, returnData);
+    }
+};
+
 const char* const kModule = "main form";
 
 QString scratch(const char* name) {
@@ -78,7 +90,14 @@ void frmMain::connectTransform() {
     });
 
     const std::pair<QSlider*, int> sliders[] = {{u.slSlowPct_0, 0}, {u.slSlowPct_1, 1}};
+    auto* jumpStyle = new SliderJumpStyle;
+    jumpStyle->setParent(this);
     for (const auto& [slider, index] : sliders) {
+        // A click beside the handle takes the handle there, as a drag would, and the speed
+        // changes once on release. Stepping a page at a time while the mouse is held would
+        // restart the engine at each step, and a release that comes in during a restart was
+        // lost, so the handle ran on to the pointer.
+        slider->setStyle(jumpStyle);
         // Change comes at the end of a drag (or a step by key or page click); Scroll follows
         // the mouse.
         slider->setTracking(false);

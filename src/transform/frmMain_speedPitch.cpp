@@ -191,8 +191,12 @@ void frmMain::slSlowPct_MouseUp(int Index) {
     FS_PROC(kModule, "Sub slSlowPct_MouseUp", FS_ARG(Index));
     sliderDragging = false;
     // The slider lets go of the mouse and takes no more input until the new speed has been
-    // taken up; both are given back by the timer.
-    (Index == 0 ? m_ui->slSlowPct_0 : m_ui->slSlowPct_1)->setEnabled(false);
+    // taken up; both are given back by the timer, with the keyboard focus if it had it, so
+    // the arrow keys go on moving it.
+    QSlider* slider = Index == 0 ? m_ui->slSlowPct_0 : m_ui->slSlowPct_1;
+    if (slider->hasFocus())
+        m_sliderWithFocus = slider;
+    slider->setEnabled(false);
     tmrSliderFreedom.start(300);
 }
 
@@ -201,6 +205,9 @@ void frmMain::tmrSliderFreedom_Timer() {
     m_ui->slSlowPct_0->setEnabled(true);
     m_ui->slSlowPct_1->setEnabled(true);
     tmrSliderFreedom.stop();
+    if (m_sliderWithFocus)
+        m_sliderWithFocus->setFocus(Qt::OtherFocusReason);
+    m_sliderWithFocus = nullptr;
 }
 
 void frmMain::lblSteps_Click(int Index) {
