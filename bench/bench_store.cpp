@@ -8,8 +8,12 @@
 //   update - one loop's comment edited and committed (synchronous FULL, this machine's disk).
 // The library lives in a temporary folder under the working folder, so on the real disk.
 #include "app/AppPaths.h"
+#include "library/DiscQueries.h"
 #include "library/LibraryDatabase.h"
+#include "library/LoopQueries.h"
 #include "library/Recordset.h"
+#include "library/TrackQueries.h"
+#include "library/WaveFileQueries.h"
 #include "library/dbUpgrade.h"
 
 #include <QApplication>
@@ -167,9 +171,9 @@ int main(int argc, char** argv) {
                 std::fprintf(stderr, "%s\n", qPrintable(problem));
                 std::exit(1);
             }
-            CDs.setRecordSource(QStringLiteral("SELECT * FROM CDs"));
+            library::selectAllDiscs(CDs);
             CDs.Refresh();
-            WAVs.setRecordSource(QStringLiteral("SELECT * FROM \"Wave Files\""));
+            library::selectAllWaveFiles(WAVs);
             WAVs.Refresh();
         }));
     }
@@ -184,10 +188,7 @@ int main(int argc, char** argv) {
     std::vector<double> find;
     for (int i = 0; i < 200; ++i) {
         const int d = int(rng->bounded(kDiscs));
-        find.push_back(msOf([&] {
-            CDs.FindFirst(QStringLiteral("cdLen = ? AND track1Len = ?"),
-                          {cdLenOf(d), track1LenOf(d)});
-        }));
+        find.push_back(msOf([&] { library::findDiscByLengths(CDs, cdLenOf(d), track1LenOf(d)); }));
         if (CDs.NoMatch() || CDs.field(QStringLiteral("CDid")).toLongLong() != d + 2) {
             std::fprintf(stderr, "disc %d was not found\n", d);
             return 1;
@@ -199,12 +200,9 @@ int main(int argc, char** argv) {
     for (int i = 0; i < 200; ++i) {
         const qint64 id = 2 + rng->bounded(kDiscs);
         load.push_back(msOf([&] {
-            dtaTracks.setRecordSource(
-                QStringLiteral("SELECT * FROM Tracks WHERE CDid = ? ORDER BY CDid, TrackNum"),
-                {id});
+            library::selectDiscTracks(dtaTracks, id);
             dtaTracks.Refresh();
-            dtaLoopPoints.setRecordSource(
-                QStringLiteral("SELECT * FROM LoopPoints WHERE CDid = ? ORDER BY startTime"), {id});
+            library::selectDiscLoops(dtaLoopPoints, id);
             dtaLoopPoints.Refresh();
         }));
         if (dtaTracks.RecordCount() != kTracksPerDisc ||

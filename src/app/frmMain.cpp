@@ -11,9 +11,13 @@
 #include "app/globals.h"
 #include "app/stateVariable.h"
 #include "failsafe/modFailSafe.h"
+#include "library/DiscQueries.h"
 #include "library/LibraryDatabase.h"
+#include "library/LoopQueries.h"
 #include "library/Recordset.h"
 #include "library/RecordsetModel.h"
+#include "library/TrackQueries.h"
+#include "library/WaveFileQueries.h"
 #include "library/cdDrive.h"
 #include "library/dbUpgrade.h"
 #include "loops/loopPoints.h"
@@ -287,9 +291,9 @@ bool frmMain::openLibrary() {
         exitProgram(false);
         return false;
     }
-    CDs->setRecordSource(QStringLiteral("SELECT * FROM CDs"));
+    library::selectAllDiscs(*CDs);
     CDs->Refresh();
-    WAVs->setRecordSource(QStringLiteral("SELECT * FROM \"Wave Files\""));
+    library::selectAllWaveFiles(*WAVs);
     WAVs->Refresh();
     tracksModel = new RecordsetModel(dtaTracks,
                                      {{QStringLiteral("TrackNum"), QStringLiteral("#"), false},
@@ -326,11 +330,9 @@ void frmMain::showDiscRows() {
     commitGridEdits();
     const QVariant disc =
         CDs->isEOF() || CDs->isBOF() ? QVariant(0) : CDs->field(QStringLiteral("CDid"));
-    dtaTracks->setRecordSource(
-        QStringLiteral("SELECT * FROM Tracks WHERE CDid = ? ORDER BY CDid, TrackNum"), {disc});
+    library::selectDiscTracks(*dtaTracks, disc);
     dtaTracks->Refresh();
-    dtaLoopPoints->setRecordSource(
-        QStringLiteral("SELECT * FROM LoopPoints WHERE CDid = ? ORDER BY startTime"), {disc});
+    library::selectDiscLoops(*dtaLoopPoints, disc);
     dtaLoopPoints->Refresh();
     if (tracksModel)
         tracksModel->reload();
@@ -717,7 +719,7 @@ void frmMain::cmdPrevView_Click() {
     else
         changeToMode(QStringLiteral("Wave"));
     // The loop that was transformed is the current one again.
-    dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {prevStartTime});
+    library::findLoopStartingAt(*dtaLoopPoints, prevStartTime);
     if (loopsModel)
         loopsModel->reload();
     if (!dtaLoopPoints->NoMatch() && !dtaLoopPoints->isEOF())
@@ -760,7 +762,7 @@ void frmMain::checkCDPresent() {
     m_ui->CDTitle->setText(QStringLiteral("No CD In Drive"));
     if (CDs && !CDs->isEOF() && !CDs->isBOF() &&
         CDs->field(QStringLiteral("cdLen")).toLongLong() != 0) {
-        CDs->FindFirst(QStringLiteral("cdLen = 0"));
+        library::findEmptyDriveRecord(*CDs);
         showDiscRows();
     }
 }

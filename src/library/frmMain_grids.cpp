@@ -9,8 +9,10 @@
 #include "app/globals.h"
 #include "failsafe/modFailSafe.h"
 #include "library/DataGrid.h"
+#include "library/LoopQueries.h"
 #include "library/Recordset.h"
 #include "library/RecordsetModel.h"
+#include "library/TrackQueries.h"
 #include "platform/MMControl.h"
 #include "prefs/prefs.h"
 #include "ui_frmMain.h"
@@ -200,7 +202,7 @@ void frmMain::highlightTrackInGrid(qint16 track) {
     if (track == 0 || suppressTrackHighlight || !trackHighlighting())
         return;
     auto clone = dtaTracks->Clone();
-    clone->FindFirst(QStringLiteral("TrackNum = ?"), {track});
+    library::findTrack(*clone, track);
     if (clone->NoMatch())
         return;
     DataGrid* grid = m_ui->tgTracks;
@@ -313,7 +315,7 @@ void frmMain::highlightLoopPoint() {
     ms();
     // The row to show is the last loop that has begun.
     auto clone = dtaLoopPoints->Clone();
-    clone->FindFirst(QStringLiteral("startTime >= ?"), {currentMMControl->Position()});
+    library::findFirstLoopStartingFrom(*clone, currentMMControl->Position());
     if (clone->NoMatch())
         clone->MoveLast();
     else if (clone->AbsolutePosition() > 0)

@@ -8,8 +8,10 @@
 #include "app/TimeFormats.h"
 #include "app/frmMain.h"
 #include "failsafe/modFailSafe.h"
+#include "library/LoopQueries.h"
 #include "library/Recordset.h"
 #include "library/RecordsetModel.h"
+#include "library/WaveFileQueries.h"
 #include "platform/MMControl.h"
 #include "ui_frmMain.h"
 
@@ -21,11 +23,6 @@
 namespace {
 const char* const kModule = "main form";
 const QString kWaveFilter = QStringLiteral("Wave files (*.wav *.WAV);;All files (*)");
-
-QString waveLoopSource() {
-    return QStringLiteral(
-        "SELECT * FROM WaveLoopPoints WHERE waveFileID = ? ORDER BY WaveLoopPoints.startTime");
-}
 } // namespace
 
 void frmMain::mnuFileOpen_Click() {
@@ -112,7 +109,7 @@ bool frmMain::selectWave(const QString& FileName, qint64 fileLength, const QDate
     QString path, name;
     parsePath(FileName, path, name);
     // Length and date go along but take no part: a file edited in place keeps its loops.
-    WAVs->FindFirst(QStringLiteral("waveFileName = ? AND waveFilePath = ?"), {name, path});
+    library::findWaveFile(*WAVs, name, path);
     QApplication::restoreOverrideCursor();
     return WAVs->NoMatch();
 }
@@ -141,7 +138,7 @@ void frmMain::addWaveDB() {
 void frmMain::addWaveLoop() {
     FS_PROC(kModule, "Sub addWaveLoop");
     const QVariant id = WAVs->field(QStringLiteral("waveFileID"));
-    dtaLoopPoints->setRecordSource(waveLoopSource(), {id});
+    library::selectWaveLoops(*dtaLoopPoints, id);
     dtaLoopPoints->Requery();
     dtaLoopPoints->AddNew();
     dtaLoopPoints->setField(QStringLiteral("waveFileID"), id);
@@ -163,10 +160,9 @@ void frmMain::refreshDisplayForNewWave() {
     fs::ignoreErrors([&] { commitGridEdits(); });
     bool sourceFailed = false;
     fs::ignoreErrors([&] {
-        if (dtaLoopPoints->RecordSource() != waveLoopSource() ||
-            dtaLoopPoints->valueAt(0, QStringLiteral("waveFileID")) != id) {
+        if (!library::holdsWaveLoopsOf(*dtaLoopPoints, id)) {
             try {
-                dtaLoopPoints->setRecordSource(waveLoopSource(), {id});
+                library::selectWaveLoops(*dtaLoopPoints, id);
             } catch (const AppError&) {
                 sourceFailed = true;
                 throw;

@@ -9,6 +9,7 @@
 #include "app/globals.h"
 #include "app/stateVariable.h"
 #include "failsafe/modFailSafe.h"
+#include "library/LoopQueries.h"
 #include "library/Recordset.h"
 #include "library/RecordsetModel.h"
 #include "loops/frmTrim.h"
@@ -125,7 +126,7 @@ bool frmMain::calcInAndOutPoints(qint32& in1, qint32& out1) {
     const QString startText = fieldText(rs, QStringLiteral("startTime"));
     if (!startText.isEmpty()) {
         // Of two loops with the same start the first in order always wins.
-        rs->FindFirst(QStringLiteral("startTime = ?"), {startText.toLongLong()});
+        library::findLoopStartingAt(*rs, startText.toLongLong());
         if (rs->isNull(QStringLiteral("endTime"))) {
             // An end never set is derived once and stored, so later edits of the next loop
             // no longer move it.

@@ -10,6 +10,7 @@
 #include "app/globals.h"
 #include "app/stateVariable.h"
 #include "failsafe/modFailSafe.h"
+#include "library/LoopQueries.h"
 #include "library/Recordset.h"
 #include "platform/MMControl.h"
 #include "shell/CFormEx.h"
@@ -173,7 +174,7 @@ void frmTrim::setTrimLimits() {
     frmMain* main = mainForm();
     Recordset* rs = main->dtaLoopPoints;
     const qint32 start = rs->field(QStringLiteral("startTime")).toInt();
-    rs->FindFirst(QStringLiteral("startTime = ?"), {start});
+    library::findLoopStartingAt(*rs, start);
     if (rs->isNull(QStringLiteral("endTime"))) {
         // A loop without an end runs to the next loop's start, the last one five seconds.
         const QVariant mark = rs->Bookmark();

@@ -4,6 +4,7 @@
 #include "app/Messages.h"
 #include "app/frmMain.h"
 #include "failsafe/modFailSafe.h"
+#include "library/LoopQueries.h"
 #include "library/Recordset.h"
 #include "library/RecordsetModel.h"
 #include "loops/loopPoints.h"
@@ -102,13 +103,13 @@ void makeLoopPoints::btnKeep_Click() {
     buffer->Clear();
     Recordset* rs = main->dtaLoopPoints;
     rs->Requery();
-    rs->FindFirst(QStringLiteral("startTime = ?"), {nextStart});
+    library::findLoopStartingAt(*rs, nextStart);
     QTableView* grid = main->ui()->loopPoints;
     grid->clearSelection();
     if (main->loopsModel)
         main->loopsModel->reload();
     Message(QStringLiteral("Starting loop playback"), QStringLiteral("Make Loop Points"));
-    rs->FindFirst(QStringLiteral("startTime = ?"), {firstStart});
+    library::findLoopStartingAt(*rs, firstStart);
     if (main->loopsModel)
         main->loopsModel->reload();
     if (!rs->NoMatch())

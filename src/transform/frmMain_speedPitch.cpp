@@ -6,6 +6,8 @@
 #include "app/globals.h"
 #include "failsafe/AppError.h"
 #include "failsafe/modFailSafe.h"
+#include "library/LoopQueries.h"
+#include "library/PitchOwner.h"
 #include "library/Recordset.h"
 #include "prefs/prefs.h"
 #include "ui_frmMain.h"
@@ -47,12 +49,7 @@ qint16 frmMain::lstPitchChange() {
     fs::ignoreErrors([&] {
         // The search goes to the tracks' recordset for a wave file too; it finds nothing
         // there and the pitch starts at 0, while saving goes to the wave file's record.
-        if (cdView)
-            dtaTracks->FindFirst(QStringLiteral("TrackNum = ?"),
-                                 {dtaLoopPoints->field(QStringLiteral("TrackNum"))});
-        else
-            dtaTracks->FindFirst(QStringLiteral("waveFileID = ?"),
-                                 {dtaLoopPoints->field(QStringLiteral("waveFileID"))});
+        library::findPitchOwner(*dtaTracks, *dtaLoopPoints, cdView);
     });
     fs::ignoreErrors([&] {
         if (dtaTracks->NoMatch() || dtaTracks->isNull(QStringLiteral("lastPitchChange")))
@@ -65,7 +62,7 @@ qint16 frmMain::lstPitchChange() {
 
 void frmMain::saveCurrentPct() {
     FS_PROC(kModule, "Sub saveCurrentPct");
-    dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {prevStartTime});
+    library::findLoopStartingAt(*dtaLoopPoints, prevStartTime);
     if (dtaLoopPoints->NoMatch())
         return;
     dtaLoopPoints->Edit();
@@ -78,16 +75,8 @@ void frmMain::saveCurrentPitchChange() {
     // Without a current loop there is no track or file to keep it for: silently nothing.
     if (dtaLoopPoints->isBOF() || dtaLoopPoints->isEOF())
         return;
-    Recordset* owner = nullptr;
-    if (savedCdView) {
-        owner = dtaTracks;
-        owner->FindFirst(QStringLiteral("TrackNum = ?"),
-                         {dtaLoopPoints->field(QStringLiteral("TrackNum"))});
-    } else {
-        owner = WAVs;
-        owner->FindFirst(QStringLiteral("waveFileID = ?"),
-                         {dtaLoopPoints->field(QStringLiteral("waveFileID"))});
-    }
+    Recordset* owner = savedCdView ? dtaTracks : WAVs;
+    library::findPitchOwner(*owner, *dtaLoopPoints, savedCdView);
     if (owner->NoMatch())
         return;
     owner->Edit();
