@@ -13,6 +13,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QSlider>
+#include <QStyleOptionSlider>
 #include <QTest>
 
 namespace {
@@ -22,6 +23,21 @@ constexpr int kRate = 16000;
 class TransformJourney : public Journey {
 protected:
     QString slowedFile() const { return appDir() + QStringLiteral("/tempslow.wav"); }
+    // A click on the slider's handle, where the style draws it.
+    void clickHandle(QSlider* s) {
+        QStyleOptionSlider opt;
+        opt.initFrom(s);
+        opt.orientation = s->orientation();
+        opt.minimum = s->minimum();
+        opt.maximum = s->maximum();
+        opt.sliderPosition = s->sliderPosition();
+        opt.sliderValue = s->value();
+        opt.upsideDown = s->invertedAppearance();
+        opt.subControls = QStyle::SC_SliderGroove | QStyle::SC_SliderHandle;
+        const QRect handle =
+            s->style()->subControlRect(QStyle::CC_Slider, &opt, QStyle::SC_SliderHandle, s);
+        drive::clickAt(input, s, handle.center());
+    }
     bool inSlowPlay() const {
         return widget("fraSlowdown")->isVisible() && widget("cmdPrevView")->isVisible() &&
                !loopsGrid()->isVisible();
@@ -85,22 +101,37 @@ TEST_F(TransformJourney, SpeedAndPitchByEveryControlHeardRememberedAndSaved) {
         QTest::keyClick(popup, Qt::Key_Escape);
     expectTransformed(loopFrames, 50, 0, "Alt+T");
 
-    // Speed: the slider (a click on its groove, then a key), the field, a label.
+    // Speed: the slider (a click beside its handle takes the handle there, once; the arrow
+    // keys go on from there), the field, a label.
     auto* speed = widget<QSlider>("slSlowPct_0");
-    drive::clickGroove(input, speed, 0.9);
-    expectTransformed(loopFrames, 50 + speed->pageStep(), 0, "a click on the speed slider");
-    press(speed, Qt::Key_Right);
-    expectTransformed(loopFrames, 51 + speed->pageStep(), 0, "a key on the speed slider");
+    drive::clickGroove(input, speed, 0.3);
+    ASSERT_TRUE(waitForTransformedLoop());
+    const int clicked = speed->value();
+    EXPECT_NEAR(clicked, speed->minimum() + 0.3 * (speed->maximum() - speed->minimum()), 12)
+        << "the handle goes where the slider was clicked";
+    QTest::qWait(600);
+    EXPECT_EQ(speed->value(), clicked) << "the handle ran on after the click";
+    expectTransformed(loopFrames, clicked, 0, "a click on the speed slider");
+    clickHandle(speed); // the slider takes the keyboard and keeps it
+    ASSERT_TRUE(drive::waitFor([&] { return speed->isEnabled(); }));
+    EXPECT_TRUE(speed->hasFocus()) << "the keyboard should stay with the slider";
+    press(QApplication::focusWidget(), Qt::Key_Right);
+    expectTransformed(loopFrames, clicked + 1, 0, "a key on the speed slider");
     enter(widget("txtSlowPct_0"), QStringLiteral("70"));
     expectTransformed(loopFrames, 70, 0, "70 typed into the speed field");
     click(widget("lblOriginalSpeed"));
     expectTransformed(loopFrames, 100, 0, "the Original Speed label");
 
     // Pitch: the slider, the half-steps field, a half-step label.
-    drive::clickGroove(input, widget<QSlider>("slSlowPct_1"), 0.1);
-    expectTransformed(loopFrames, 100, -100, "a click on the pitch slider");
+    auto* pitch = widget<QSlider>("slSlowPct_1");
+    drive::clickGroove(input, pitch, 0.25);
+    ASSERT_TRUE(waitForTransformedLoop());
+    EXPECT_NEAR(pitch->value(), -600, 150) << "the handle goes where the slider was clicked";
+    const int clickedPitch = pitch->value();
+    expectTransformed(loopFrames, 100, clickedPitch, "a click on the pitch slider");
+    // The half steps typed keep the cents the slider gave.
     enter(widget("txtSlowPct_1"), QStringLiteral("-5"));
-    expectTransformed(loopFrames, 100, -500, "-5 typed into the half steps");
+    expectTransformed(loopFrames, 100, -500 + clickedPitch % 100, "-5 typed into the half steps");
     click(widget("lblSteps_7"));
     expectTransformed(loopFrames, 100, 700, "the label of seven half steps up");
     EXPECT_NEAR(frequencyOf(load(slowedFile())), 659.26, 1.0) << "a fifth above 440 Hz";
