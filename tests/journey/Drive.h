@@ -107,9 +107,8 @@ inline void click(const Input& in, QWidget* w) {
     clickAt(in, w, w->rect().center());
 }
 
-// A click on a slider's groove, where the style draws it, at that fraction of its length: a
-// page step towards it.
-inline void clickGroove(const Input& in, QSlider* s, double fraction) {
+// Where the style draws a part of a slider (its groove, its handle).
+inline QRect sliderPart(QSlider* s, QStyle::SubControl part) {
     QStyleOptionSlider opt;
     opt.initFrom(s);
     opt.orientation = s->orientation();
@@ -123,9 +122,18 @@ inline void clickGroove(const Input& in, QSlider* s, double fraction) {
     opt.tickInterval = s->tickInterval();
     opt.upsideDown = s->invertedAppearance();
     opt.subControls = QStyle::SC_SliderGroove | QStyle::SC_SliderHandle;
-    const QRect groove =
-        s->style()->subControlRect(QStyle::CC_Slider, &opt, QStyle::SC_SliderGroove, s);
+    return s->style()->subControlRect(QStyle::CC_Slider, &opt, part, s);
+}
+
+// A click on a slider's groove at that fraction of its length.
+inline void clickGroove(const Input& in, QSlider* s, double fraction) {
+    const QRect groove = sliderPart(s, QStyle::SC_SliderGroove);
     clickAt(in, s, QPoint(groove.left() + int(groove.width() * fraction), groove.center().y()));
+}
+
+// A click on a slider's handle: it takes the keyboard and moves nothing.
+inline void clickHandle(const Input& in, QSlider* s) {
+    clickAt(in, s, sliderPart(s, QStyle::SC_SliderHandle).center());
 }
 
 // A click on the cell of a grid, where the user sees it.
