@@ -38,6 +38,14 @@ protected:
             << "Enter left the cell open";
     }
 
+    // The latest frame of the sound heard at all, -1 if nothing but silence.
+    static qint64 furthestFrameHeard(const drive::Loopback& ear) {
+        qint64 furthest = -1;
+        for (const float v : ear.samples())
+            furthest = std::max(furthest, drive::frameOf(v));
+        return furthest;
+    }
+
     // The frame heard last, -1 if nothing but silence.
     static qint64 lastFrameHeard(const drive::Loopback& ear) {
         const std::vector<float> heard = ear.samples();
@@ -209,4 +217,34 @@ TEST_F(LoopsJourney, ALoopStillRepeatsAfterThreeHundredPressesOfSpace) {
     passes = hear(ear, loop.start, loop.end, 3, [&] { press(grid, Qt::Key_F7); });
     EXPECT_GE(passes.whole, 3) << "after 150 plays and stops the loop should still repeat";
     EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
+}
+
+// "Start New Loop" pressed while a loop repeats: the marks are taken while the music runs
+// straight on, so the next phrases can be marked after it.
+TEST_F(LoopsJourney, MarkingWhileALoopRepeatsLetsTheMusicRunOnPastTheLoop) {
+    const QString name = QStringLiteral("verse and chorus.wav");
+    const QString path = musicPath(name);
+    ASSERT_TRUE(drive::writeFrameNumbered(path, 30.0, kRate));
+    drive::Loopback ear(kRate);
+    openThroughFileMenu(path);
+    press(loopsGrid(), Qt::Key_Space);
+    ASSERT_TRUE(ear.listen(1.0));
+    ASSERT_TRUE(drive::markLoops(input, mainWindow(), ear, 1, 1.5));
+    const auto first = journey::LibraryReader::loopsOf(name);
+    ASSERT_EQ(first.size(), 2);
+    const qint32 loopEnd = first[1].end;
+
+    // The first loop repeats; a new marking starts inside it.
+    ASSERT_TRUE(ear.listen(2.0));
+    ear.clear();
+    ASSERT_TRUE(drive::markLoops(input, mainWindow(), ear, 2, 2.5));
+    EXPECT_GT(furthestFrameHeard(ear), frame(loopEnd + 3000))
+        << "the music stopped at the repeating loop's end instead of running on";
+    const auto loops = journey::LibraryReader::loopsOf(name);
+    ASSERT_EQ(loops.size(), 4);
+    // Each phrase lasts as long as it was listened to, not to the first loop's end.
+    for (int i = 2; i < 4; ++i)
+        EXPECT_GE(loops[i].end - loops[i].start, 2000)
+            << "loop " << loops[i].start << ".." << loops[i].end << " (the first loop ended at "
+            << loopEnd << ")";
 }
