@@ -73,8 +73,15 @@ bool frmMain::insertNewLoopPoint() {
             m_ui->txtCurrentPosition->setText(mmss(static_cast<qint32>(vbVal(position))));
     }
     fastInsert(static_cast<qint32>(vbVal(position)));
-    // Marks are taken while the music runs straight through, never while a loop repeats.
+    // Marks are taken while the music runs straight through, never while a loop repeats: a
+    // loop that was repeating lets the music run on past its end, so the phrase being marked
+    // lasts as long as the musician listens to it.
+    const bool wasLooping = playState->isArmed() && playing();
     playState->setState(false);
+    if (wasLooping) {
+        currentMMControl->setWait(false);
+        currentMMControl->setCommand(QStringLiteral("Play"));
+    }
     return true;
 }
 

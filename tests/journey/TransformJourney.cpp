@@ -170,38 +170,3 @@ TEST_F(TransformJourney, SpeedAndPitchByEveryControlHeardRememberedAndSaved) {
 
     EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
 }
-
-// The trim window holds the loop played last; the musician then picks another loop in the grid
-// and presses Transform. What is slowed down, and what the speed is remembered for, must be the
-// loop that was picked.
-TEST_F(TransformJourney, TheLoopPickedInTheGridIsTheOneTransformedWhileTheTrimWindowHoldsAnother) {
-    const QString name = QStringLiteral("short piece.wav");
-    ASSERT_TRUE(wavgen::writeSine(musicPath(name), 6.0, 440.0, {kRate, 1}));
-    drive::Loopback ear(kRate);
-    openThroughFileMenu(musicPath(name));
-    press(loopsGrid(), Qt::Key_Space);
-    ASSERT_TRUE(ear.listen(1.0));
-    ASSERT_TRUE(drive::markLoops(input, mainWindow(), ear, 1, 1.5));
-    const auto loops = journey::LibraryReader::loopsOf(name);
-    ASSERT_EQ(loops.size(), 2);
-    const auto& wholeFile = loops[0];
-    ASSERT_EQ(wholeFile.comment, u"Entire file in this loop");
-    QWidget* trim = drive::shownWindow(QStringLiteral("frmTrim"));
-    ASSERT_NE(trim, nullptr);
-    ASSERT_EQ(drive::in<QSlider>(trim, "slStart_0")->value(), loops[1].start)
-        << "the trim window holds the loop played last";
-
-    QAbstractItemView* grid = loopsGrid();
-    drive::clickCell(input, grid, 0, 0);
-    click(widget("cmdSlowPlay"));
-    ASSERT_TRUE(inSlowPlay());
-    expectTransformed(qint64(wholeFile.end - wholeFile.start) * kRate / 1000, 50, 0,
-                      "Transform of the whole-file loop picked in the grid");
-    enter(widget("txtSlowPct_0"), QStringLiteral("60"));
-    ASSERT_TRUE(waitForTransformedLoop());
-    click(widget("cmdPrevView"));
-    EXPECT_EQ(grid->currentIndex().row(), 0) << "back on the loop picked";
-    const auto after = journey::LibraryReader::loopsOf(name);
-    EXPECT_EQ(after[0].lastPct.toInt(), 60) << "the speed is remembered for the loop picked";
-    EXPECT_NE(after[1].lastPct.toInt(), 60) << "and not for the other";
-}
