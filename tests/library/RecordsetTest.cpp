@@ -20,20 +20,8 @@
 #include <gtest/gtest.h>
 
 namespace {
-class Store : public ::testing::Test {
+class Store : public OpenLibrary {
 protected:
-    void SetUp() override {
-        bool created = false;
-        QString problem;
-        ASSERT_TRUE(library::createLibraryIfMissing(library::libraryPath(), created, problem));
-        AppendNewFields();
-        ASSERT_TRUE(library::openConnection(QString::fromLatin1(library::kMainConnection),
-                                            library::libraryPath(), problem))
-            << problem.toStdString();
-    }
-    void TearDown() override {
-        library::closeConnection(QString::fromLatin1(library::kMainConnection));
-    }
     void addLoop(Recordset& rs, int cd, int start, const QString& comment) {
         rs.AddNew();
         rs.setField(QStringLiteral("CDid"), cd);

@@ -4,6 +4,7 @@
 #include "ErrorOf.h"
 #include "TestHome.h"
 
+#include "StoreSupport.h"
 #include "library/DiscQueries.h"
 #include "library/LibraryDatabase.h"
 #include "library/LoopQueries.h"
@@ -22,20 +23,8 @@ namespace {
 
 using Fields = QList<std::pair<QString, QVariant>>;
 
-class StoreQueries : public ::testing::Test {
+class StoreQueries : public OpenLibrary {
 protected:
-    void SetUp() override {
-        bool created = false;
-        QString problem;
-        ASSERT_TRUE(library::createLibraryIfMissing(library::libraryPath(), created, problem));
-        AppendNewFields();
-        ASSERT_TRUE(library::openConnection(QString::fromLatin1(library::kMainConnection),
-                                            library::libraryPath(), problem))
-            << problem.toStdString();
-    }
-    void TearDown() override {
-        library::closeConnection(QString::fromLatin1(library::kMainConnection));
-    }
     static void add(Recordset& rs, const Fields& fields) {
         rs.AddNew();
         for (const auto& [name, value] : fields)

@@ -1,12 +1,32 @@
 #pragma once
 
 #include "library/LibraryDatabase.h"
+#include "library/dbUpgrade.h"
 
 #include <QMap>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QString>
 #include <QVariant>
+#include <gtest/gtest.h>
+
+// A library made from the shipped layout, brought up to date and opened on the program's own
+// connection, as the main window has it.
+class OpenLibrary : public ::testing::Test {
+protected:
+    void SetUp() override {
+        bool created = false;
+        QString problem;
+        ASSERT_TRUE(library::createLibraryIfMissing(library::libraryPath(), created, problem));
+        AppendNewFields();
+        ASSERT_TRUE(library::openConnection(QString::fromLatin1(library::kMainConnection),
+                                            library::libraryPath(), problem))
+            << problem.toStdString();
+    }
+    void TearDown() override {
+        library::closeConnection(QString::fromLatin1(library::kMainConnection));
+    }
+};
 
 // Looks into a library file with a connection of its own, apart from the program's.
 class Inspect {
