@@ -9,9 +9,13 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QEventLoop>
 #include <QGuiApplication>
 #include <QScreen>
+#include <QTimer>
 #include <QWidget>
+#include <algorithm>
+#include <cmath>
 
 namespace {
 const char* const kModule = "AppUtilities";
@@ -79,12 +83,34 @@ void Pause(float nSecond) {
     FS_PROC(kModule, "Sub Pause", FS_ARG(nSecond));
     auto clock = [] { return g_pauseClock ? g_pauseClock() : Timer(); };
     double start = clock();
-    for (;;) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    // Seconds since midnight decide when the wait is over. The clock is read again after
+    // each short slice, so that midnight, a clock set back or a test's clock is seen soon,
+    // and the thread sleeps in between.
+    constexpr double kSliceMs = 25;
+    bool done = false;
+    QEventLoop loop;
+    QTimer slice;
+    slice.setSingleShot(true);
+    slice.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&slice, &QTimer::timeout, &loop, [&] {
         const double now = clock();
         if (now < start) // midnight has passed
             start -= 86400;
-        if (now - start >= nSecond)
-            break;
-    }
+        const double left = nSecond - (now - start);
+        if (left <= 0) {
+            done = true;
+            // A Pause begun by an event during this one returns first; this loop then ends
+            // as soon as control is back in it.
+            loop.quit();
+            return;
+        }
+        slice.start(static_cast<int>(std::ceil(std::min(left * 1000, kSliceMs))));
+    });
+    // Events already waiting run before the clock is first read again.
+    slice.start(0);
+    loop.exec();
+    // An event loop refuses to run once the application is quitting; the wait still lasts
+    // its time.
+    while (!done)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }

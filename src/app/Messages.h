@@ -17,7 +17,9 @@ void Message(const QString& theString, const QString& newCaption = {});
 void Message2(const QString& theString, const QString& theSource = {});
 bool confirm(const QString& msg);
 void centerform(QWidget* frm);
-// Waits nSecond seconds while the event loop goes on.
+// Waits nSecond seconds in an event loop of its own: every event comes in, the thread
+// sleeps. A Pause begun by an event during this one returns first (see "What a click during
+// a wait may start" in docs/ARCHITECTURE.md).
 void Pause(float nSecond);
 // The clock Pause reads, seconds since midnight; tests replace it to cross midnight.
 void setPauseClock(std::function<double()> clock);

@@ -1,12 +1,11 @@
 #pragma once
 
 #include "failsafe/AppError.h"
+#include "failsafe/ArgText.h"
+#include "failsafe/TraceTexts.h"
 
-#include <QByteArray>
 #include <QString>
 #include <QStringList>
-#include <QVariant>
-#include <charconv>
 #include <exception>
 #include <functional>
 #include <type_traits>
@@ -16,7 +15,13 @@
 // error is trapped the error dialog and the logs can show the whole call tree with the
 // arguments of each level.
 //
-// Thread: UI thread only. Worker threads (audio, time-scale engine) never trace.
+// The work stands in files of its own: TraceStack (fsPUSH, fsPOP, the stack), TraceLog
+// (the log lines and the error report), ErrorTrap (fsERROR and the traps), CallTree,
+// SystemReport, TraceSettings (FSCLIENT.INI), TraceTexts and ArgText. Callers need only
+// this header.
+//
+// Thread: UI thread only. Worker threads (audio, time-scale engine) never trace; in a
+// debug build fsPUSH and fsPOP stop the program when another thread calls them.
 
 // Actions returned by fsERROR (the error dialog's answer).
 namespace fsaction {
@@ -65,9 +70,6 @@ void fsPOP(const char* ModuleFile, const char* ProcName, const QString& ArgText)
 // returns the action.
 int fsERROR(const QString& ModuleFile, const QString& ProcName);
 
-// The texts of the trace module, by number.
-QString fsText(int number);
-
 // The running procedures, top of the stack last, as the error dialog and the logs show them.
 QStringList fsCallStackLines();
 
@@ -101,74 +103,6 @@ FsMemoryStatus fsMemoryStatus();
 void fsReset();
 
 namespace fs {
-
-// "(name=value, ...)": numbers and strings as text, Booleans as True/False.
-inline void appendArgValue(QString& out, const QString& v) {
-    out += v;
-}
-inline void appendArgValue(QString& out, const char* v) {
-    out += QLatin1StringView(v);
-}
-inline void appendArgValue(QString& out, bool v) {
-    out += v ? QLatin1StringView("True") : QLatin1StringView("False");
-}
-void appendArgValue(QString& out, const QVariant& v);
-inline void appendArgValue(QString& out, QStringView v) {
-    out += v;
-}
-inline void appendArgValue(QString& out, QChar v) {
-    out += v;
-}
-inline void appendArgValue(QString& out, const QByteArray& v) {
-    out += QString::fromUtf8(v);
-}
-template <class T>
-concept ArgNumber = std::is_arithmetic_v<T> && !std::is_same_v<T, bool>;
-template <class T>
-concept ArgEnum = std::is_enum_v<T>;
-
-// Numbers print in the C locale, so the decimal sign is always ".". The digits are made
-// on the stack: the head of every procedure builds this text.
-template <ArgNumber T> inline void appendArgValue(QString& out, T v) {
-    char buf[40];
-    std::to_chars_result r;
-    if constexpr (std::is_floating_point_v<T>)
-        r = std::to_chars(buf, buf + sizeof buf, static_cast<double>(v), std::chars_format::general,
-                          std::is_same_v<T, float> ? 7 : 15);
-    else if constexpr (std::is_same_v<T, char> || std::is_same_v<T, signed char> ||
-                       std::is_same_v<T, unsigned char>)
-        r = std::to_chars(buf, buf + sizeof buf, static_cast<int>(v));
-    else
-        r = std::to_chars(buf, buf + sizeof buf, v);
-    out += QLatin1StringView(buf, r.ptr - buf);
-}
-template <ArgEnum T> inline void appendArgValue(QString& out, T v) {
-    appendArgValue(out, static_cast<std::underlying_type_t<T>>(v));
-}
-// Objects and pointers are not printed.
-template <class T> inline void appendArgValue(QString& out, T* const&) {
-    out += u"<object>";
-}
-
-inline void appendArgs(QString&, bool) {}
-template <class V, class... Rest>
-void appendArgs(QString& out, bool first, const char* name, const V& value, Rest&&... rest) {
-    if (!first)
-        out += QLatin1StringView(", ");
-    out += QLatin1StringView(name);
-    out += QLatin1Char('=');
-    appendArgValue(out, value);
-    appendArgs(out, false, std::forward<Rest>(rest)...);
-}
-
-template <class... Args> QString argText(Args&&... args) {
-    QString out;
-    out.reserve(32);
-    out += QLatin1Char('(');
-    appendArgs(out, true, std::forward<Args>(args)...);
-    out += QLatin1Char(')');
-    return out;
-}
 
 // Called by a frame whose procedure is being left by an exception: the first such frame
 // keeps a copy of the call stack so that the trap can show where the error arose.

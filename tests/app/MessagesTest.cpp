@@ -13,8 +13,12 @@
 
 #include <QElapsedTimer>
 #include <QPushButton>
+#include <QStringList>
 #include <QTimer>
+#include <cstdio>
+#include <cstdlib>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 TEST(Message, ShowsUntilOffWhichComparesExactly) {
     Message(QStringLiteral("Reading the disc"), QStringLiteral("Please wait"));
@@ -148,4 +152,118 @@ TEST(Pause, WaitsWhileEventsRunAndSurvivesMidnight) {
     setPauseClock(nullptr);
     EXPECT_NEAR(now, 0.165, 0.02) << "ends 0.2 s of clock after it began";
     EXPECT_LT(t.elapsed(), 2000);
+}
+
+namespace {
+
+// A clock for Pause that moves only when the test moves it. A wait that has not ended
+// 10 s on would never end: the test then fails and ends its process instead of hanging.
+class StillClock {
+public:
+    StillClock() {
+        setPauseClock([this] { return now; });
+        m_guard.setSingleShot(true);
+        QObject::connect(&m_guard, &QTimer::timeout, [] {
+            ADD_FAILURE() << "a wait did not end";
+            std::fflush(stdout);
+            std::_Exit(1);
+        });
+        m_guard.start(10000);
+    }
+    ~StillClock() { setPauseClock(nullptr); }
+    StillClock(const StillClock&) = delete;
+    StillClock& operator=(const StillClock&) = delete;
+
+    double now = 1000;
+
+private:
+    QTimer m_guard;
+};
+
+double cpuSecondsOfThisThread() {
+    rusage u{};
+    getrusage(RUSAGE_THREAD, &u);
+    return double(u.ru_utime.tv_sec + u.ru_stime.tv_sec) +
+           double(u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
+}
+
+} // namespace
+
+// A click during a wait may start another wait (a second Cancel of a transform runs stopDLL
+// again): the inner one returns first, and the outer one then waits out what is left of its
+// own time, no more and no less.
+TEST(Pause, APauseBegunDuringAnotherEndsFirstAndTheOuterKeepsItsOwnTime) {
+    StillClock clock;
+    QStringList events;
+    QTimer::singleShot(0, [&] {
+        events << QStringLiteral("inner begins");
+        QTimer::singleShot(0, [&] {
+            clock.now += 0.6; // the inner's 0.5 s are over, the outer's 1 s not
+            events << QStringLiteral("0.6 s");
+        });
+        Pause(0.5f);
+        events << QStringLiteral("inner returned");
+        QTimer::singleShot(0, [&] {
+            clock.now += 0.5;
+            events << QStringLiteral("1.1 s");
+        });
+    });
+    Pause(1.0f);
+    events << QStringLiteral("outer returned");
+    EXPECT_EQ(events, QStringList({QStringLiteral("inner begins"), QStringLiteral("0.6 s"),
+                                   QStringLiteral("inner returned"), QStringLiteral("1.1 s"),
+                                   QStringLiteral("outer returned")}));
+}
+
+TEST(Pause, AnOuterPauseWhoseTimeRanOutDuringAnInnerOneReturnsRightAfterIt) {
+    StillClock clock;
+    QStringList events;
+    QTimer::singleShot(0, [&] {
+        QTimer::singleShot(0, [&] {
+            clock.now += 1.2; // the outer's 1 s are over, the inner's 2 s not
+            events << QStringLiteral("1.2 s");
+            // Later than a slice of either wait, so that the outer one has seen its end
+            // while the inner one still runs.
+            QTimer::singleShot(200, [&] {
+                clock.now += 1.0;
+                events << QStringLiteral("2.2 s");
+            });
+        });
+        Pause(2.0f);
+        events << QStringLiteral("inner returned");
+    });
+    Pause(1.0f);
+    events << QStringLiteral("outer returned");
+    EXPECT_EQ(events,
+              QStringList({QStringLiteral("1.2 s"), QStringLiteral("2.2 s"),
+                           QStringLiteral("inner returned"), QStringLiteral("outer returned")}));
+}
+
+// After End the application's event loops refuse to run; a wait still lasts its time (the
+// engine that Stop waits for is no quicker then).
+TEST(Pause, LastsItsTimeWhileTheApplicationIsQuitting) {
+    StillClock clock;
+    bool moved = false;
+    QTimer::singleShot(50, [&] {
+        clock.now += 0.2;
+        moved = true;
+    });
+    QCoreApplication::exit(0); // no loop runs: this only marks the application as quitting
+    Pause(0.1f);
+    EXPECT_TRUE(moved) << "returned before its time";
+    // The application's own loop takes the mark away when it ends.
+    QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+    QCoreApplication::exec();
+}
+
+// A wait sleeps: a program that only waits must not spin a core (and the fan) up. Only this
+// thread's time counts, so that threads other tests left behind don't.
+TEST(Pause, LeavesTheProcessorIdle) {
+    QElapsedTimer wall;
+    wall.start();
+    const double cpuBefore = cpuSecondsOfThisThread();
+    Pause(0.5f);
+    const double cpu = cpuSecondsOfThisThread() - cpuBefore;
+    const double waited = double(wall.nsecsElapsed()) / 1e9;
+    EXPECT_LT(cpu, waited / 4) << cpu << " s of processor time in a wait of " << waited << " s";
 }

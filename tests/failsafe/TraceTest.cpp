@@ -9,6 +9,7 @@
 #include <QPoint>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <thread>
 
 namespace {
 
@@ -279,4 +280,31 @@ TEST_F(FsTest, LogFileKeyNamesTheFile) {
              QStringLiteral("/elsewhere.log\n"));
     leaf(1, QStringLiteral("x"));
     EXPECT_TRUE(readFile(other.path() + QStringLiteral("/elsewhere.log")).contains("Sub leaf"));
+}
+
+// The stack and the logs have no lock: a procedure traced on a worker thread would tear
+// them without a sign. A debug build stops at the first such call.
+TEST_F(FsTest, ADebugBuildStopsAtATracedCallOffTheUiThread) {
+#ifdef QT_NO_DEBUG
+    GTEST_SKIP() << "the check is made in debug builds only";
+#else
+    // A fresh process runs the statement: a fork would carry the application's threads.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            std::thread worker([] { fsPUSH(kMod, "Sub onAWorker", QString()); });
+            worker.join();
+        },
+        "outside the UI thread");
+    EXPECT_DEATH(
+        {
+            fsPUSH(kMod, "Sub onAWorker", QString());
+            std::thread worker([] { fsPOP(kMod, "Sub onAWorker", QString()); });
+            worker.join();
+        },
+        "outside the UI thread");
+    // The UI thread itself passes.
+    leaf(1, QStringLiteral("here"));
+    EXPECT_EQ(fsCallDepth, 0);
+#endif
 }
