@@ -23,6 +23,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QKeyEvent>
+#include <QPointer>
 #include <QSlider>
 #include <QTableView>
 #include <QToolButton>
@@ -233,7 +234,13 @@ void frmTrim::slStart_Change(int Index) {
             // preview) the whole loop again.
             c->setWait(true);
             c->setCommand(QStringLiteral("Stop"));
+            // The window may be closed (and deleted) during the wait; then the preview is
+            // simply not played.
+            const QPointer<frmTrim> self(this);
+            const QPointer<MMControl> control(c);
             Pause(1.0f);
+            if (!self || !control)
+                return;
             const qint32 from = c->From();
             c->setTo(slider->value());
             c->setFrom(slider->value() - kPreviewLength);

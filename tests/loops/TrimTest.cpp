@@ -20,6 +20,7 @@
 #include <QSignalSpy>
 #include <QSlider>
 #include <QTest>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 namespace {
@@ -138,6 +139,20 @@ TEST_F(Trim, TheEndPreviewPlaysTheLastTwoSecondsOfALoopOverThree) {
     s(t, 1)->setValue(14500);
     EXPECT_LT(w->Position(), 12500) << "plays from the start at once";
     EXPECT_EQ(m->inPt, 12000);
+}
+
+// The end preview waits a second before it plays; a musician who closes the window in that
+// second gets no preview, and the program goes on.
+TEST_F(Trim, ClosingTheWindowDuringTheEndPreviewsWaitPlaysNoPreview) {
+    frmTrim* t = playLoop(10000, 16000);
+    gvPreviewEnd = true;
+    QTimer::singleShot(100, t, [t] { t->close(); });
+    s(t, 1)->setValue(15000);
+    EXPECT_FALSE(isLoaded(QStringLiteral("frmTrim")));
+    EXPECT_NE(w->Mode(), MMControl::ModePlaying) << "the preview played for a closed window";
+    m->btnLoopPlay_Click();
+    EXPECT_TRUE(isLoaded(QStringLiteral("frmTrim"))) << "the loop plays and trims again";
+    EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
 }
 
 TEST_F(Trim, ZoomPrevAndNextStayWithinTheSliders) {
