@@ -60,7 +60,12 @@ TEST_F(PracticeJourney, AfterFiveThousandActionsALoopStillRepeatsSeamlesslyAndNo
     EXPECT_EQ(said, QStringList()) << "the practice met boxes";
     const double grown = drive::residentMb() - before;
     RecordProperty("resident memory growth MB", QString::number(grown, 'f', 1).toStdString());
+#ifndef __SANITIZE_ADDRESS__
     EXPECT_LE(grown, 20.0) << "resident memory grew by " << grown << " MB";
+#else
+    // The address sanitizer keeps freed memory in quarantine (256 MB) and shadows all of it,
+    // so resident memory says nothing here; its leak checker looks at what was never freed.
+#endif
 
     // A loop played with F7 repeats seamlessly, as the trim window shows it.
     drive::Loopback ear(kRate);
