@@ -2,6 +2,7 @@
 #include "ProgramRun.h"
 #include "TestHome.h"
 
+#include "app/Dialogs.h"
 #include "app/Forms.h"
 #include "app/Messages.h"
 #include "app/Prompts.h"
@@ -123,8 +124,8 @@ TEST(Prompts, UnansweredPromptsTakeTheirDefaults) {
         Prompts::inputBox(QStringLiteral("Letter?"), QStringLiteral("Drive"), QStringLiteral("D")),
         u"D");
     EXPECT_TRUE(
-        Prompts::getOpenFileName(nullptr, QStringLiteral("Open"), QString(), QString()).isEmpty());
-    EXPECT_FALSE(Prompts::getColor(Qt::red, nullptr, QStringLiteral("Colour")).isValid());
+        Dialogs::getOpenFileName(nullptr, QStringLiteral("Open"), QString(), QString()).isEmpty());
+    EXPECT_FALSE(Dialogs::getColor(Qt::red, nullptr, QStringLiteral("Colour")).isValid());
     ASSERT_EQ(Prompts::log().size(), 6);
     EXPECT_EQ(Prompts::log()[3].kind, u"input");
     EXPECT_EQ(Prompts::log()[3].title, u"Drive");

@@ -1,5 +1,6 @@
 // Shared main of every test executable: a real QApplication on the offscreen platform, the
 // null audio device, a program directory of its own, and prompts answered by script.
+#include "app/Dialogs.h"
 #include "app/Prompts.h"
 
 #include <QApplication>
@@ -24,6 +25,7 @@ int main(int argc, char** argv) {
     qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Cantavox"));
+    Dialogs::install();
     Prompts::setScripted(true);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();

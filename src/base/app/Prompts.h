@@ -1,12 +1,8 @@
 #pragma once
 
-#include <QColor>
 #include <QList>
 #include <QString>
 #include <QVariant>
-
-class QDialog;
-class QWidget;
 
 // Button sets, icons and answers of a message box, with the values the program's logic
 // compares against.
@@ -31,10 +27,14 @@ constexpr int vbYes = 6;
 constexpr int vbNo = 7;
 } // namespace vb
 
-// Every message box, confirmation, input box, file and colour dialog, and every modal
-// dialog that asks the user something, goes through here. In scripted mode nothing is
-// shown: each prompt is recorded with its exact texts and answered from a queue, so tests
-// (and subprocess runs with CANTAVOX_PROMPTS=script) can drive and check them.
+// Every message box and input box goes through here, and the window layer's file, colour and
+// modal dialogs (Dialogs) keep their record here too. In scripted mode nothing is shown: each
+// prompt is recorded with its exact texts and answered from a queue, so tests (and subprocess
+// runs with CANTAVOX_PROMPTS=script) can drive and check them.
+//
+// The base shows nothing itself: the window layer installs a Presenter (Dialogs::install).
+// Without one, as in the command-line tool, a message goes to standard error and takes the
+// answer that changes nothing (OK, Cancel, No or Abort); an input box is cancelled.
 //
 // Thread: UI thread only.
 class Prompts {
@@ -55,17 +55,18 @@ public:
     // Returns the text typed, or an empty string for Cancel.
     static QString inputBox(const QString& prompt, const QString& title = {},
                             const QString& defaultValue = {});
-    // Return the chosen path, or an empty string for Cancel.
-    static QString getOpenFileName(QWidget* parent, const QString& caption, const QString& dir,
-                                   const QString& filter);
-    static QString getSaveFileName(QWidget* parent, const QString& caption, const QString& dir,
-                                   const QString& filter);
-    // Returns an invalid colour for Cancel.
-    static QColor getColor(const QColor& initial, QWidget* parent, const QString& title);
-    // Runs a modal dialog. In scripted mode the dialog is not shown and the scripted answer
-    // (or defaultAnswer) is returned; otherwise the dialog's exec() result.
-    static QVariant execDialog(QDialog* dialog, const QString& text,
-                               const QVariant& defaultAnswer = {});
+
+    // What shows a prompt on screen.
+    class Presenter {
+    public:
+        virtual ~Presenter() = default;
+        virtual int showMessage(const QString& text, int buttons, const QString& caption) = 0;
+        // False for Cancel.
+        virtual bool showInput(const QString& prompt, const QString& caption,
+                               const QString& defaultValue, QString* typed) = 0;
+    };
+    // Not owned; it lives as long as the application.
+    static void setPresenter(Presenter* presenter);
 
     // Scripting.
     static void setScripted(bool on);
@@ -74,7 +75,7 @@ public:
     static const QList<Record>& log();
     static void clear();
 
-private:
+    // For prompts shown elsewhere: the next scripted answer (or fallback), and the record.
     static QVariant nextAnswer(const QVariant& fallback);
     static void record(const Record& r);
 };

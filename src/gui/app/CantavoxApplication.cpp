@@ -1,13 +1,15 @@
 #include "app/CantavoxApplication.h"
 
 #include "app/AppPaths.h"
+#include "app/Dialogs.h"
+#include "app/Forms.h"
 #include "failsafe/modFailSafe.h"
 
 #include <QIcon>
 
 CantavoxApplication::CantavoxApplication(int& argc, char** argv) : QApplication(argc, argv) {
     setApplicationName(QStringLiteral("Cantavox"));
-    ensureResources();
+    ensureWindowResources();
     setApplicationDisplayName(QStringLiteral("Cantavox"));
     setOrganizationName(QStringLiteral("Cantavox"));
     setApplicationVersion(QStringLiteral("%1.%2.%3")
@@ -15,6 +17,7 @@ CantavoxApplication::CantavoxApplication(int& argc, char** argv) : QApplication(
                               .arg(CANTAVOX_VERSION_MINOR)
                               .arg(CANTAVOX_VERSION_PATCH));
     setWindowIcon(QIcon(QStringLiteral(":/cantavox.svg")));
+    Dialogs::install();
 }
 
 bool CantavoxApplication::notify(QObject* receiver, QEvent* event) {

@@ -15,5 +15,5 @@ QString settingsFile();
 // The folder that the installed program ships its read-only files in (manual, layouts).
 QString shareDir();
 
-// Registers the compiled-in resources (icons); safe to call often.
+// Registers the compiled-in resources of the base (the library's schema); safe to call often.
 void ensureResources();

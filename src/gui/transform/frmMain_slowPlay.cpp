@@ -3,6 +3,7 @@
 // pitch (heard while it is computed in real time), and the finished file loops as plain
 // playback. The engine's end comes from its own thread and only ever arms tmrLoopDLL.
 #include "app/AppPaths.h"
+#include "app/Dialogs.h"
 #include "app/Forms.h"
 #include "app/Messages.h"
 #include "app/MouseUpWatcher.h"
@@ -21,11 +22,11 @@
 #include "transform/slowplayInterface.h"
 #include "ui_frmMain.h"
 
-#include <QProxyStyle>
 #include <QApplication>
 #include <QFile>
 #include <QGuiApplication>
 #include <QLineEdit>
+#include <QProxyStyle>
 #include <QPushButton>
 #include <QSlider>
 #include <QTableView>
@@ -494,7 +495,7 @@ void frmMain::mnuSaveSlowedDownFile_Click() {
     fs::ignoreErrors([&] {
         // The dialog asks before overwriting and offers no read-only box.
         name =
-            Prompts::getSaveFileName(this, QStringLiteral("Choose filename for slowed-down file"),
+            Dialogs::getSaveFileName(this, QStringLiteral("Choose filename for slowed-down file"),
                                      dialogDirectory, QStringLiteral("Wave files (*.wav)"));
     });
     // The scratch file can't be saved onto itself.

@@ -24,7 +24,9 @@ struct TableDef {
 };
 
 void handleOldMDB();
-void AppendNewFields();
+// False when the library could not be opened or kept a copy of: the user has been told, and
+// the program must end.
+bool AppendNewFields();
 // Appends (with an optional default for new records only) or deletes one field.
 void AppendDeleteField(const TableDef& tdfTemp, const QString& strCommand, const QString& strName,
                        const QVariant& varType = {}, const QVariant& varSize = {},

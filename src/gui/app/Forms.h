@@ -19,6 +19,10 @@ bool isLoaded(const QString& formName);
 // Hides the form, fires its close handling, and deletes it later.
 void unloadForm(QWidget* form);
 
+// Registers the windows' compiled-in resources (the program's icon), and the base's;
+// safe to call often.
+void ensureWindowResources();
+
 // The loaded instance of a form class, created (hidden) if none is loaded.
 template <class T> T* loadForm() {
     const QString name = QString::fromLatin1(T::staticMetaObject.className());

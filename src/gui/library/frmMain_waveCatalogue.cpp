@@ -3,6 +3,7 @@
 // showing its loops.
 #include "app/AppPaths.h"
 #include "app/AppUtilities.h"
+#include "app/Dialogs.h"
 #include "app/Messages.h"
 #include "app/Prompts.h"
 #include "app/TimeFormats.h"
@@ -31,7 +32,7 @@ void frmMain::mnuFileOpen_Click() {
         currentMMControl->setCommand(QStringLiteral("Stop"));
     // The dialog insists on a file that exists and hides the read-only box.
     QString name =
-        Prompts::getOpenFileName(this, QStringLiteral("Open"), dialogDirectory, kWaveFilter);
+        Dialogs::getOpenFileName(this, QStringLiteral("Open"), dialogDirectory, kWaveFilter);
     if (name.isEmpty())
         return;
     if (name.contains(u"temp.wav", Qt::CaseInsensitive)) {
@@ -45,7 +46,7 @@ void frmMain::mnuFileOpen_Click() {
                 "exclusively by Cantavox. Would you like to make a copy of it and slow down "
                 "that?")))
             return;
-        name = Prompts::getSaveFileName(this,
+        name = Dialogs::getSaveFileName(this,
                                         QStringLiteral("Choose filename for copy of tempslow.wav"),
                                         dialogDirectory, kWaveFilter);
         if (name.isEmpty() || name.contains(u"tempslow.wav", Qt::CaseInsensitive))

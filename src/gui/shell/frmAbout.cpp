@@ -2,6 +2,7 @@
 #include "ui_frmAbout.h"
 
 #include "app/AppPaths.h"
+#include "app/Forms.h"
 #include "app/Prompts.h"
 #include "failsafe/modFailSafe.h"
 
@@ -14,7 +15,7 @@ const char* const kModule = "frmAbout";
 
 frmAbout::frmAbout(QWidget* parent) : QDialog(parent), m_ui(std::make_unique<Ui::frmAbout>()) {
     m_ui->setupUi(this);
-    ensureResources();
+    ensureWindowResources();
     setObjectName(QStringLiteral("frmAbout"));
     m_ui->lblIcon->setPixmap(QIcon(QStringLiteral(":/cantavox.svg")).pixmap(96, 96));
     QFont title = m_ui->lblTitle->font();

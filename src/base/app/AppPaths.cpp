@@ -29,7 +29,7 @@ QString shareDir() {
 void ensureResources() {
     // The resources live in a static library: register them before the first use.
     static const bool done = [] {
-        Q_INIT_RESOURCE(cantavox);
+        Q_INIT_RESOURCE(library);
         return true;
     }();
     Q_UNUSED(done);

@@ -9,11 +9,9 @@
 #include "failsafe/TraceSettings.h"
 #include "failsafe/TraceStack.h"
 #include "failsafe/TraceTexts.h"
-#include "failsafe/frmFAILSAFE.h"
 #include "failsafe/modFailSafe.h"
 
-#include <QApplication>
-#include <QPointer>
+#include <QCoreApplication>
 #include <QThread>
 #include <array>
 #include <climits>
@@ -42,6 +40,8 @@ struct Trap {
     QStringList lastTree;
     QString sysReport;
     bool sysReportMade = false;
+
+    ErrorTrap::Asker asker;
 };
 
 Trap g;
@@ -95,25 +95,11 @@ void fillSlot(FsErrorSlot& slot, const ErrObject& err, const QString& module, co
 int chooseAction(const FsErrorSlot& slot) {
     if (TraceSettings::current().silentRun)
         return fsaction::Leave;
-    // Without a widget application (a tool run on QCoreApplication) there is no dialog to
-    // ask; the procedure leaves as with "Silent Run".
-    if (!qobject_cast<QApplication*>(QCoreApplication::instance()))
+    if (!g.asker)
         return fsaction::Leave;
-    QPointer<frmFAILSAFE> dlg = new frmFAILSAFE(QApplication::activeWindow());
-    dlg->fill(slot, g.lastTree, fsErrorCount, Prompts::appTitle());
-    const QString headline = dlg->headline();
-    QVariant answer;
-    try {
-        answer = Prompts::execDialog(dlg, headline, fsaction::Leave);
-    } catch (...) {
-        delete dlg.data();
-        throw;
-    }
-    if (dlg && !Prompts::scripted())
-        fsUserSaid = dlg->userSaid();
-    else
-        fsUserSaid.clear();
-    delete dlg.data();
+    QString userSaid;
+    const QVariant answer = g.asker(slot, g.lastTree, fsErrorCount, &userSaid);
+    fsUserSaid = Prompts::scripted() ? QString() : userSaid;
     bool ok = false;
     const int action = answer.toInt(&ok);
     if (!ok)
@@ -145,6 +131,10 @@ void ErrorTrap::internalError(int number, const QString& description) {
         qWarning("%s", qPrintable(fsText(24) + QString::number(number) + fsText(25) +
                                   QString::number(0)));
     }
+}
+
+void ErrorTrap::setAsker(Asker asker) {
+    g.asker = std::move(asker);
 }
 
 void ErrorTrap::reset() {

@@ -1,7 +1,6 @@
 #include "library/dbUpgrade.h"
 
 #include "app/AppPaths.h"
-#include "app/Main.h"
 #include "app/Prompts.h"
 #include "failsafe/modFailSafe.h"
 #include "library/LibraryDatabase.h"
@@ -242,7 +241,7 @@ void changeField(const QString& fieldName, const QString& tableName, QSqlDatabas
     fs::ignoreErrors([&] { AppendDeleteField(tdf, QStringLiteral("APPEND"), fieldName, 12); });
 }
 
-void AppendNewFields() {
+bool AppendNewFields() {
     FS_PROC(kModule, "Sub AppendNewFields");
     const QString path = library::libraryPath();
     const QString name = QString::fromLatin1(library::kUpgradeConnection);
@@ -251,9 +250,7 @@ void AppendNewFields() {
         Prompts::msgBox(QStringLiteral("Please inform the programmer that file ") + appDir() +
                         QStringLiteral("/cantavox.db failed to open.") +
                         QStringLiteral(" Error is ") + problem);
-        requestExitStatus(4);
-        exitProgram(false);
-        return;
+        return false;
     }
     {
         QSqlDatabase db = library::connection(name);
@@ -268,9 +265,7 @@ void AppendNewFields() {
                                    "changed. Make some room on the disk and start Cantavox again.")
                         .arg(QDir::toNativeSeparators(path), copyProblem),
                     vb::vbCritical);
-                requestExitStatus(4);
-                exitProgram(false);
-                return;
+                return false;
             }
             for (const NewField& f : newFields())
                 addField(QString::fromLatin1(f.field), QString::fromLatin1(f.table), db,
@@ -280,4 +275,5 @@ void AppendNewFields() {
         }
     }
     library::closeConnection(name);
+    return true;
 }

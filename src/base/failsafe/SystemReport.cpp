@@ -8,7 +8,6 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QGuiApplication>
 #include <QStringList>
 #include <QSysInfo>
 #include <QThread>
@@ -61,7 +60,7 @@ QString SystemReport::make() {
     r << QStringLiteral("Application running on computer ") + QSysInfo::machineHostName();
     r << QStringLiteral("Application");
     // Not through Prompts: the report is made while the dialog holds traced calls back.
-    line("Title", QGuiApplication::applicationDisplayName());
+    line("Title", QCoreApplication::applicationName());
     line("Path", appDir());
     QString version = QCoreApplication::applicationVersion();
     if (version.isEmpty())

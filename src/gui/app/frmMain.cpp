@@ -1,5 +1,6 @@
 // The main window's start-up, shutdown, modes and status bar.
 #include "app/frmMain.h"
+#include "app/Dialogs.h"
 #include "ui_frmMain.h"
 
 #include "app/AppPaths.h"
@@ -51,7 +52,7 @@ const QString kWebBase = QStringLiteral("https://cantavox.example.org/");
 
 frmMain::frmMain() : m_ui(std::make_unique<Ui::frmMain>()) {
     g_instance = this;
-    ensureResources();
+    ensureWindowResources();
     setObjectName(QStringLiteral("frmMain"));
     m_ui->setupUi(this);
     setWindowIcon(QIcon(QStringLiteral(":/cantavox.svg")));
@@ -205,9 +206,11 @@ void frmMain::Form_Load() {
         pref.setPreferenceName(QStringLiteral("dbVersion"));
         // A missing value ("N/A") reads as 0 through the numeric value of the text.
         if (vbVal(pref.Value().toString()) < 7) {
-            AppendNewFields();
-            if (processEnded())
+            if (!AppendNewFields()) {
+                requestExitStatus(4);
+                exitProgram(false);
                 return;
+            }
             pref.setValue(QStringLiteral("7"));
         }
     }
@@ -732,7 +735,7 @@ void frmMain::menuAbout_Click() {
     FS_PROC(kModule, "Sub menuAbout_Click");
     frmAbout* about = loadForm<frmAbout>();
     about->showButtons(true);
-    Prompts::execDialog(about, QStringLiteral("About"));
+    Dialogs::execDialog(about, QStringLiteral("About"));
     unloadForm(about);
 }
 

@@ -1,5 +1,6 @@
 #include "app/Forms.h"
 
+#include "app/AppPaths.h"
 #include "failsafe/modFailSafe.h"
 
 namespace {
@@ -14,6 +15,16 @@ bool isForm(QWidget* w) {
            w->objectName() == QLatin1StringView(w->metaObject()->className());
 }
 } // namespace
+
+void ensureWindowResources() {
+    ensureResources();
+    // The resources live in a static library: register them before the first use.
+    static const bool done = [] {
+        Q_INIT_RESOURCE(cantavox);
+        return true;
+    }();
+    Q_UNUSED(done);
+}
 
 QList<QWidget*> loadedForms() {
     QList<QWidget*> forms;
