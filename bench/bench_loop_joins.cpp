@@ -61,13 +61,14 @@ int main(int argc, char** argv) {
     Prompts::pushAnswer(file);
     m->mnuFileOpen_Click();
     MMControl* w = m->ui()->WaveControl;
-    if (m->cdView || w->Error() != 0) {
+    if (m->transport().cdView || w->Error() != 0) {
         std::fprintf(stderr, "the file did not open: %s\n", qPrintable(w->ErrorMessage()));
         return 1;
     }
-    Recordset* loops = m->dtaLoopPoints;
+    Recordset* loops = m->library().dtaLoopPoints;
     loops->AddNew();
-    loops->setField(QStringLiteral("waveFileID"), m->WAVs->field(QStringLiteral("waveFileID")));
+    loops->setField(QStringLiteral("waveFileID"),
+                    m->library().WAVs->field(QStringLiteral("waveFileID")));
     loops->setField(QStringLiteral("startTime"), kIn);
     loops->setField(QStringLiteral("endTime"), kOut);
     loops->Update();

@@ -62,13 +62,13 @@ int main(int argc, char** argv) {
     Prompts::pushAnswer(file);
     m->mnuFileOpen_Click();
     MMControl* w = m->ui()->WaveControl;
-    if (m->cdView || w->Error() != 0)
+    if (m->transport().cdView || w->Error() != 0)
         return 1;
 
     // 2,000 loops through the loops data control, then read as the grid reads them.
     {
-        const QVariant id = m->WAVs->field(QStringLiteral("waveFileID"));
-        Recordset* rs = m->dtaLoopPoints;
+        const QVariant id = m->library().WAVs->field(QStringLiteral("waveFileID"));
+        Recordset* rs = m->library().dtaLoopPoints;
         for (int i = 1; i < kLoops; ++i) {
             rs->AddNew();
             rs->setField(QStringLiteral("waveFileID"), id);
@@ -78,9 +78,10 @@ int main(int argc, char** argv) {
             rs->Update();
         }
         rs->Requery();
-        m->loopsModel->reload();
+        m->library().loopsModel->reload();
     }
-    std::printf("%d loops on a %d-minute file\n", m->dtaLoopPoints->RecordCount(), kSeconds / 60);
+    std::printf("%d loops on a %d-minute file\n", m->library().dtaLoopPoints->RecordCount(),
+                kSeconds / 60);
 
     // Straight play, the status events' work timed one by one at positions along the file.
     std::vector<double> highlight;
@@ -100,7 +101,7 @@ int main(int argc, char** argv) {
 
     // The trim window on one loop; each move of a slider is timed from its release to the
     // first frame of the new play at the device.
-    m->dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {60000});
+    m->library().dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {60000});
     m->btnLoopPlay_Click();
     frmTrim* trim = formIfLoaded<frmTrim>();
     auto* device = static_cast<WaveDevice*>(w->device());

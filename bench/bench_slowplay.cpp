@@ -38,9 +38,10 @@ int main(int argc, char** argv) {
         return 1;
     Prompts::pushAnswer(file);
     m->mnuFileOpen_Click();
-    Recordset* rs = m->dtaLoopPoints;
+    Recordset* rs = m->library().dtaLoopPoints;
     rs->AddNew();
-    rs->setField(QStringLiteral("waveFileID"), m->WAVs->field(QStringLiteral("waveFileID")));
+    rs->setField(QStringLiteral("waveFileID"),
+                 m->library().WAVs->field(QStringLiteral("waveFileID")));
     rs->setField(QStringLiteral("startTime"), 5000);
     rs->setField(QStringLiteral("endTime"), 9000);
     rs->Update();

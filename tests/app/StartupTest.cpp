@@ -69,7 +69,7 @@ TEST(Startup, FirstStartShowsMessageAndSplashThenTheMainWindowInCdMode) {
     ASSERT_TRUE(isLoaded(QStringLiteral("frmAbout")));
     EXPECT_TRUE(findLoadedForm(QStringLiteral("frmAbout"))->isVisible());
     ASSERT_NE(run.main(), nullptr);
-    EXPECT_TRUE(run.main()->formLoaded);
+    EXPECT_TRUE(run.main()->formLoaded());
     EXPECT_FALSE(run.main()->isVisible());
 
     ASSERT_TRUE(run.waitUntilRunning());

@@ -33,19 +33,19 @@ protected:
         grid = u->loopPoints;
         openWave(QStringLiteral("song.wav"), 60.0);
         // The whole-file loop the catalogue made goes; the tests lay out their own.
-        m->dtaLoopPoints->MoveFirst();
-        m->dtaLoopPoints->Delete();
+        m->library().dtaLoopPoints->MoveFirst();
+        m->library().dtaLoopPoints->Delete();
         for (qint32 start : {5000, 15000, 25000, 35000})
             m->insertLoopPt(QString::number(start), QStringLiteral("00:%1").arg(start / 1000),
                             start + 10000);
-        m->dtaLoopPoints->Requery();
-        m->loopsModel->reload();
+        m->library().dtaLoopPoints->Requery();
+        m->library().loopsModel->reload();
         Prompts::clear();
     }
 
     void selectRow(int row) { grid->setCurrentIndex(grid->model()->index(row, 1)); }
     int currentStart() const {
-        return m->dtaLoopPoints->field(QStringLiteral("startTime")).toInt();
+        return m->library().dtaLoopPoints->field(QStringLiteral("startTime")).toInt();
     }
     // What another process reading the library file sees right now.
     QStringList lyricsOnDisk() {
@@ -110,17 +110,17 @@ TEST_F(Grids, DeleteAsksUnlessCtrlIsHeldAndNeverWhileACellIsEdited) {
     ASSERT_FALSE(Prompts::log().isEmpty());
     EXPECT_EQ(Prompts::log().last().text, u"Are you sure want to delete this loop point?");
     EXPECT_EQ(Prompts::log().last().buttons, vb::vbYesNo);
-    EXPECT_EQ(m->dtaLoopPoints->RecordCount(), 4) << "No keeps the loop";
+    EXPECT_EQ(m->library().dtaLoopPoints->RecordCount(), 4) << "No keeps the loop";
 
     Prompts::pushAnswer(vb::vbYes);
     m->loopPoints_keyup(46, 0);
-    EXPECT_EQ(m->dtaLoopPoints->RecordCount(), 3);
+    EXPECT_EQ(m->library().dtaLoopPoints->RecordCount(), 3);
 
     Prompts::clear();
     selectRow(0);
     m->loopPoints_keyup(46, 2);
     EXPECT_TRUE(Prompts::log().isEmpty()) << "Ctrl+Delete deletes at once";
-    EXPECT_EQ(m->dtaLoopPoints->RecordCount(), 2);
+    EXPECT_EQ(m->library().dtaLoopPoints->RecordCount(), 2);
 
     // While a cell is being edited Delete is the editor's.
     selectRow(0);
@@ -128,7 +128,7 @@ TEST_F(Grids, DeleteAsksUnlessCtrlIsHeldAndNeverWhileACellIsEdited) {
     ASSERT_TRUE(grid->EditActive());
     QTest::keyClick(grid->focusWidget() ? grid->focusWidget() : grid, Qt::Key_Delete,
                     Qt::ControlModifier);
-    EXPECT_EQ(m->dtaLoopPoints->RecordCount(), 2);
+    EXPECT_EQ(m->library().dtaLoopPoints->RecordCount(), 2);
     EXPECT_TRUE(u->cmdSlowPlay->isEnabled());
 
     // With no loop left the Transform button has nothing to work on.
@@ -138,7 +138,7 @@ TEST_F(Grids, DeleteAsksUnlessCtrlIsHeldAndNeverWhileACellIsEdited) {
         selectRow(0);
         m->loopPoints_keyup(46, 2);
     }
-    EXPECT_EQ(m->dtaLoopPoints->RecordCount(), 0);
+    EXPECT_EQ(m->library().dtaLoopPoints->RecordCount(), 0);
     EXPECT_FALSE(u->cmdSlowPlay->isEnabled());
 }
 
@@ -195,13 +195,13 @@ TEST_F(Grids, TheLoopLengthPanelAndTheDataErrorsWords) {
     EXPECT_EQ(m->panelText(QStringLiteral("pnlLoopLength")), u"Loop Length: 00:10");
     EXPECT_TRUE(m->panelVisible(QStringLiteral("pnlLoopLength")));
     // A loop without an end has no length to show.
-    m->dtaLoopPoints->AddNew();
-    m->dtaLoopPoints->setField(QStringLiteral("waveFileID"),
-                               m->WAVs->field(QStringLiteral("waveFileID")));
-    m->dtaLoopPoints->setField(QStringLiteral("startTime"), 50000);
-    m->dtaLoopPoints->Update();
-    m->dtaLoopPoints->Requery();
-    m->loopsModel->reload();
+    m->library().dtaLoopPoints->AddNew();
+    m->library().dtaLoopPoints->setField(QStringLiteral("waveFileID"),
+                                         m->library().WAVs->field(QStringLiteral("waveFileID")));
+    m->library().dtaLoopPoints->setField(QStringLiteral("startTime"), 50000);
+    m->library().dtaLoopPoints->Update();
+    m->library().dtaLoopPoints->Requery();
+    m->library().loopsModel->reload();
     selectRow(4);
     EXPECT_FALSE(m->panelVisible(QStringLiteral("pnlLoopLength")));
 
@@ -220,8 +220,8 @@ TEST_F(Grids, DoubleClickPlaysTheLoopAndTheRightButtonExplainsTheGrid) {
     QTest::mouseDClick(grid->viewport(), Qt::LeftButton, Qt::NoModifier, trk);
     EXPECT_FALSE(grid->EditActive()) << "the track column isn't typed into";
     EXPECT_TRUE(playState->isArmed());
-    EXPECT_EQ(m->inPt, 15000);
-    EXPECT_EQ(m->outPt, 25000);
+    EXPECT_EQ(m->loops().inPt, 15000);
+    EXPECT_EQ(m->loops().outPt, 25000);
     EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
     m->togglePlayState();
 

@@ -77,9 +77,9 @@ TEST(Library, FirstStartMakesAndUpgradesTheLibraryAfterACheckedCopy) {
         run.start();
         ASSERT_TRUE(run.waitUntilRunning());
         EXPECT_EQ(prefValue(QStringLiteral("dbVersion")), u"7");
-        EXPECT_EQ(run.main()->CDs->field(QStringLiteral("cdlen")).toInt(), 0)
+        EXPECT_EQ(run.main()->library().CDs->field(QStringLiteral("cdlen")).toInt(), 0)
             << "the discs control stands on the required record; names ignore case";
-        EXPECT_EQ(run.main()->CDs->field(QStringLiteral("CDID")).toInt(), 1);
+        EXPECT_EQ(run.main()->library().CDs->field(QStringLiteral("CDID")).toInt(), 1);
     }
     Inspect db(library::libraryPath());
     const auto loops = db.fields(QStringLiteral("LoopPoints"));

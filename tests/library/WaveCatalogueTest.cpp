@@ -101,8 +101,8 @@ TEST_F(WaveCatalogue, AFileIsFiledOnceAndKeepsItsLoopsWhenEditedInPlace) {
                                   QFileDevice::FileModificationTime));
     }
     openThroughMenu(path);
-    EXPECT_FALSE(m->cdView);
-    EXPECT_EQ(m->currentMMControl, u->WaveControl);
+    EXPECT_FALSE(m->transport().cdView);
+    EXPECT_EQ(m->transport().currentMMControl, u->WaveControl);
     EXPECT_EQ(m->windowTitle(), QStringLiteral("Cantavox: ") + path);
     EXPECT_EQ(m->panelText(QStringLiteral("pnlCDlength")), u"CD Length: 00:02");
     EXPECT_EQ(m->panelText(QStringLiteral("pnlTrackLength")), u"Wave File Length 00:02");
@@ -114,25 +114,25 @@ TEST_F(WaveCatalogue, AFileIsFiledOnceAndKeepsItsLoopsWhenEditedInPlace) {
     EXPECT_EQ(first.value(QStringLiteral("waveFileModDate")).toDateTime(),
               QDateTime(QDate(2024, 3, 1), QTime(10, 30)));
     EXPECT_EQ(wavesFiled(), 1);
-    ASSERT_EQ(m->dtaLoopPoints->RecordCount(), 1);
-    EXPECT_EQ(m->dtaLoopPoints->field(QStringLiteral("startTime")).toInt(), 1);
-    EXPECT_EQ(m->dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 2500);
+    ASSERT_EQ(m->library().dtaLoopPoints->RecordCount(), 1);
+    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("startTime")).toInt(), 1);
+    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 2500);
     EXPECT_EQ(gridComments(), QStringList{QStringLiteral("Entire file in this loop")});
 
     // A loop of the user's, then the file rewritten with another length and date.
     const qint64 id = first.value(QStringLiteral("waveFileID")).toLongLong();
-    m->dtaLoopPoints->AddNew();
-    m->dtaLoopPoints->setField(QStringLiteral("waveFileID"), id);
-    m->dtaLoopPoints->setField(QStringLiteral("startTime"), 700);
-    m->dtaLoopPoints->setField(QStringLiteral("endTime"), 1200);
-    m->dtaLoopPoints->setField(QStringLiteral("Comment"), QStringLiteral("the bridge"));
-    m->dtaLoopPoints->Update();
+    m->library().dtaLoopPoints->AddNew();
+    m->library().dtaLoopPoints->setField(QStringLiteral("waveFileID"), id);
+    m->library().dtaLoopPoints->setField(QStringLiteral("startTime"), 700);
+    m->library().dtaLoopPoints->setField(QStringLiteral("endTime"), 1200);
+    m->library().dtaLoopPoints->setField(QStringLiteral("Comment"), QStringLiteral("the bridge"));
+    m->library().dtaLoopPoints->Update();
     m->changeToMode(QStringLiteral("CD"));
     ASSERT_TRUE(wavgen::writeSine(path, 4.0, 330.0));
     openThroughMenu(path);
-    EXPECT_FALSE(m->cdView);
+    EXPECT_FALSE(m->transport().cdView);
     EXPECT_EQ(wavesFiled(), 1);
-    EXPECT_EQ(m->WAVs->field(QStringLiteral("waveFileID")).toLongLong(), id);
+    EXPECT_EQ(m->library().WAVs->field(QStringLiteral("waveFileID")).toLongLong(), id);
     EXPECT_EQ(waveRecord(path).value(QStringLiteral("waveFileModDate")).toDateTime(),
               QDateTime(QDate(2024, 3, 1), QTime(10, 30)))
         << "a found record is left as it was";
@@ -143,17 +143,17 @@ TEST_F(WaveCatalogue, AFileIsFiledOnceAndKeepsItsLoopsWhenEditedInPlace) {
     EXPECT_EQ(u->sbTrackPos->maximum(), 4);
 
     // Every loop deleted: coming back gives a fresh loop over the file as it is now.
-    while (m->dtaLoopPoints->RecordCount() > 0) {
-        m->dtaLoopPoints->MoveFirst();
-        m->dtaLoopPoints->Delete();
+    while (m->library().dtaLoopPoints->RecordCount() > 0) {
+        m->library().dtaLoopPoints->MoveFirst();
+        m->library().dtaLoopPoints->Delete();
     }
     m->changeToMode(QStringLiteral("CD"));
     m->changeToMode(QStringLiteral("Wave"));
-    EXPECT_FALSE(m->cdView);
+    EXPECT_FALSE(m->transport().cdView);
     EXPECT_EQ(
         count(QStringLiteral("SELECT COUNT(*) FROM WaveLoopPoints WHERE waveFileID = ?"), {id}), 1);
-    ASSERT_EQ(m->dtaLoopPoints->RecordCount(), 1);
-    EXPECT_EQ(m->dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 4000);
+    ASSERT_EQ(m->library().dtaLoopPoints->RecordCount(), 1);
+    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 4000);
     EXPECT_EQ(gridComments(), QStringList{QStringLiteral("Entire file in this loop")});
 }
 
@@ -168,22 +168,22 @@ TEST_F(WaveCatalogue, FolderAndNameTogetherAreTheFilesIdentity) {
     ASSERT_TRUE(wavgen::writeSine(sly, 2.0));
 
     openThroughMenu(here);
-    const qint64 hereId = m->WAVs->field(QStringLiteral("waveFileID")).toLongLong();
+    const qint64 hereId = m->library().WAVs->field(QStringLiteral("waveFileID")).toLongLong();
     openThroughMenu(moved);
     EXPECT_EQ(wavesFiled(), 2) << "a moved or renamed file is a new one";
-    EXPECT_NE(m->WAVs->field(QStringLiteral("waveFileID")).toLongLong(), hereId);
-    EXPECT_EQ(m->dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 3000);
+    EXPECT_NE(m->library().WAVs->field(QStringLiteral("waveFileID")).toLongLong(), hereId);
+    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 3000);
     openThroughMenu(sly);
     EXPECT_EQ(wavesFiled(), 3);
-    EXPECT_EQ(m->dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 2000);
+    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 2000);
 
     // Each is found again with its own loops.
     openThroughMenu(here);
     EXPECT_EQ(wavesFiled(), 3);
-    EXPECT_EQ(m->WAVs->field(QStringLiteral("waveFileID")).toLongLong(), hereId);
-    ASSERT_EQ(m->dtaLoopPoints->RecordCount(), 1);
-    EXPECT_EQ(m->dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 1000);
-    EXPECT_EQ(m->dtaLoopPoints->field(QStringLiteral("waveFileID")).toLongLong(), hereId);
+    EXPECT_EQ(m->library().WAVs->field(QStringLiteral("waveFileID")).toLongLong(), hereId);
+    ASSERT_EQ(m->library().dtaLoopPoints->RecordCount(), 1);
+    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 1000);
+    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("waveFileID")).toLongLong(), hereId);
 }
 
 TEST_F(WaveCatalogue, TheProgramsScratchFilesAreRefusedOrCopiedFirst) {
@@ -193,7 +193,7 @@ TEST_F(WaveCatalogue, TheProgramsScratchFilesAreRefusedOrCopiedFirst) {
         openThroughMenu(file(name));
         EXPECT_EQ(lastPrompt(),
                   u"Please choose a different na Cantavox likes temp.wav for itself.");
-        EXPECT_TRUE(m->cdView);
+        EXPECT_TRUE(m->transport().cdView);
         EXPECT_EQ(u->WaveControl->Mode(), MMControl::ModeNotOpen);
     }
 
@@ -213,7 +213,7 @@ TEST_F(WaveCatalogue, TheProgramsScratchFilesAreRefusedOrCopiedFirst) {
     ASSERT_EQ(Prompts::log().size(), 2);
     EXPECT_EQ(Prompts::log().at(1).text, kSlowCopyQuestion);
     EXPECT_EQ(Prompts::log().at(1).buttons & 7, vb::vbYesNo);
-    EXPECT_TRUE(m->cdView);
+    EXPECT_TRUE(m->transport().cdView);
 
     // A copy named like the scratch file again is not made.
     chooseSlowedThen(vb::vbYes, file(QStringLiteral("my TempSlow.wav")));
@@ -221,7 +221,7 @@ TEST_F(WaveCatalogue, TheProgramsScratchFilesAreRefusedOrCopiedFirst) {
     EXPECT_EQ(Prompts::log().at(2).kind, u"save");
     EXPECT_EQ(Prompts::log().at(2).title, u"Choose filename for copy of tempslow.wav");
     EXPECT_FALSE(QFile::exists(file(QStringLiteral("my TempSlow.wav"))));
-    EXPECT_TRUE(m->cdView);
+    EXPECT_TRUE(m->transport().cdView);
 
     // A name of the user's: the copy is made over what was there, filed and opened.
     const QString copy = file(QStringLiteral("slow practice.wav"));
@@ -230,7 +230,7 @@ TEST_F(WaveCatalogue, TheProgramsScratchFilesAreRefusedOrCopiedFirst) {
     QFile a(slowed), b(copy);
     ASSERT_TRUE(a.open(QIODevice::ReadOnly) && b.open(QIODevice::ReadOnly));
     EXPECT_EQ(a.readAll(), b.readAll());
-    EXPECT_FALSE(m->cdView);
+    EXPECT_FALSE(m->transport().cdView);
     EXPECT_EQ(u->WaveControl->FileName(), copy);
     EXPECT_EQ(m->windowTitle(), QStringLiteral("Cantavox: ") + copy);
     EXPECT_FALSE(waveRecord(copy).isEmpty());

@@ -36,14 +36,14 @@ protected:
     // which the tests take away.
     void openWave(double seconds) {
         MainWindowTest::openWave(QStringLiteral("piece.wav"), seconds);
-        while (m->dtaLoopPoints->RecordCount() > 0) {
-            m->dtaLoopPoints->MoveFirst();
-            m->dtaLoopPoints->Delete();
-            m->dtaLoopPoints->Requery();
+        while (m->library().dtaLoopPoints->RecordCount() > 0) {
+            m->library().dtaLoopPoints->MoveFirst();
+            m->library().dtaLoopPoints->Delete();
+            m->library().dtaLoopPoints->Requery();
         }
     }
     QVariant storedEnd(qint32 start) {
-        auto probe = m->dtaLoopPoints->Clone();
+        auto probe = m->library().dtaLoopPoints->Clone();
         probe->Requery();
         probe->FindFirst(QStringLiteral("startTime = ?"), {start});
         return probe->NoMatch() ? QVariant(QStringLiteral("no such loop"))
@@ -52,7 +52,7 @@ protected:
     // Rows of the loops table for the open file, in start order: (start, end, comment).
     QList<std::tuple<qint32, qint32, QString>> rows() {
         QList<std::tuple<qint32, qint32, QString>> out;
-        auto all = m->dtaLoopPoints->Clone();
+        auto all = m->library().dtaLoopPoints->Clone();
         all->Requery();
         if (all->RecordCount() == 0)
             return out;
@@ -115,13 +115,14 @@ TEST_F(Loops, MarksGetSevenDigitKeysAndThePositionText) {
     m->fastInsert(1234);
     m->fastInsert(12345678);
     m->fastInsert(0);
-    ASSERT_EQ(m->loopPointBuffer->Count(), 3);
-    EXPECT_EQ(m->loopPointBuffer->Item(1)->Key, u"0001234");
-    EXPECT_EQ(m->loopPointBuffer->Item(1)->startTimeMs, u"0001234");
-    EXPECT_EQ(m->loopPointBuffer->Item(1)->startTimeTTMMSS, u"00:01");
-    EXPECT_EQ(m->loopPointBuffer->Item(2)->Key, u"12345678") << "a minimum width, never a cut";
-    EXPECT_EQ(m->loopPointBuffer->Item(3)->Key, u"0000000");
-    m->loopPointBuffer->Clear();
+    ASSERT_EQ(m->loops().loopPointBuffer->Count(), 3);
+    EXPECT_EQ(m->loops().loopPointBuffer->Item(1)->Key, u"0001234");
+    EXPECT_EQ(m->loops().loopPointBuffer->Item(1)->startTimeMs, u"0001234");
+    EXPECT_EQ(m->loops().loopPointBuffer->Item(1)->startTimeTTMMSS, u"00:01");
+    EXPECT_EQ(m->loops().loopPointBuffer->Item(2)->Key, u"12345678")
+        << "a minimum width, never a cut";
+    EXPECT_EQ(m->loops().loopPointBuffer->Item(3)->Key, u"0000000");
+    m->loops().loopPointBuffer->Clear();
 }
 
 TEST_F(Loops, MarkingByEarGivesAbuttingLoopsAndTheFirstStartsRepeating) {
@@ -143,9 +144,9 @@ TEST_F(Loops, MarkingByEarGivesAbuttingLoopsAndTheFirstStartsRepeating) {
     for (int i = 0; i < 3; ++i) {
         listen(3000);
         QTest::mousePress(marking->ui()->cmdCompletePreviousLoop, Qt::LeftButton);
-        EXPECT_EQ(m->loopPointBuffer->Count(), i + 2) << "press " << i;
+        EXPECT_EQ(m->loops().loopPointBuffer->Count(), i + 2) << "press " << i;
         QTest::mouseRelease(marking->ui()->cmdCompletePreviousLoop, Qt::LeftButton);
-        EXPECT_EQ(m->loopPointBuffer->Count(), i + 2) << "the release adds nothing";
+        EXPECT_EQ(m->loops().loopPointBuffer->Count(), i + 2) << "the release adds nothing";
         EXPECT_EQ(w->Mode(), MMControl::ModePlaying) << "a mark never stops the music";
         EXPECT_FALSE(playState->isArmed());
     }
@@ -161,14 +162,14 @@ TEST_F(Loops, MarkingByEarGivesAbuttingLoopsAndTheFirstStartsRepeating) {
     EXPECT_TRUE(marking->ui()->lstStarts->item(1)->isSelected());
 
     QStringList starts;
-    for (const auto& mark : *m->loopPointBuffer)
+    for (const auto& mark : *m->loops().loopPointBuffer)
         starts << mark->startTimeMs;
     listen(3000);
     QTest::mouseClick(marking->ui()->btnKeep, Qt::LeftButton);
     ProgramRun::settle();
 
     EXPECT_FALSE(isLoaded(QStringLiteral("makeLoopPoints")));
-    EXPECT_EQ(m->loopPointBuffer->Count(), 0);
+    EXPECT_EQ(m->loops().loopPointBuffer->Count(), 0);
     const auto saved = rows();
     ASSERT_EQ(saved.size(), 4) << "five marks make four loops";
     for (int i = 0; i < 4; ++i) {
@@ -179,13 +180,14 @@ TEST_F(Loops, MarkingByEarGivesAbuttingLoopsAndTheFirstStartsRepeating) {
         EXPECT_EQ(std::get<2>(saved[i]).left(2), u"00") << "described by its position text";
     }
     // The first loop is selected and plays, armed to repeat.
-    EXPECT_EQ(m->dtaLoopPoints->field(QStringLiteral("startTime")).toInt(), starts[0].toInt());
+    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("startTime")).toInt(),
+              starts[0].toInt());
     EXPECT_TRUE(playState->isArmed());
-    EXPECT_EQ(m->inPt, starts[0].toInt());
-    EXPECT_EQ(m->outPt, std::get<1>(saved[0]));
+    EXPECT_EQ(m->loops().inPt, starts[0].toInt());
+    EXPECT_EQ(m->loops().outPt, std::get<1>(saved[0]));
     EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
-    EXPECT_GE(w->Position(), m->inPt);
-    EXPECT_LE(w->Position(), m->outPt);
+    EXPECT_GE(w->Position(), m->loops().inPt);
+    EXPECT_LE(w->Position(), m->loops().outPt);
     EXPECT_FALSE(isLoaded(QStringLiteral("messageForm"))) << "the saving message is taken down";
 }
 
@@ -197,18 +199,18 @@ TEST_F(Loops, ClosingTheMarkingWindowByItsFrameSavesNothing) {
     listen(2000);
     QTest::mousePress(marking->ui()->cmdCompletePreviousLoop, Qt::LeftButton);
     QTest::mouseRelease(marking->ui()->cmdCompletePreviousLoop, Qt::LeftButton);
-    ASSERT_EQ(m->loopPointBuffer->Count(), 2);
+    ASSERT_EQ(m->loops().loopPointBuffer->Count(), 2);
     marking->close();
     ProgramRun::settle();
     EXPECT_FALSE(isLoaded(QStringLiteral("makeLoopPoints")));
-    EXPECT_EQ(m->loopPointBuffer->Count(), 0);
+    EXPECT_EQ(m->loops().loopPointBuffer->Count(), 0);
     EXPECT_TRUE(rows().isEmpty());
 
     // The next marking starts with only its own first mark.
     m->cmdStartNewLoop_Click();
     marking = formIfLoaded<makeLoopPoints>();
     ASSERT_NE(marking, nullptr);
-    EXPECT_EQ(m->loopPointBuffer->Count(), 1);
+    EXPECT_EQ(m->loops().loopPointBuffer->Count(), 1);
     EXPECT_EQ(marking->ui()->lstStarts->count(), 1);
     // One press of Start and one of Keep: one loop from the first mark to the second.
     listen(1500);
@@ -234,9 +236,9 @@ TEST_F(Loops, AMissingEndIsDerivedOnceAndKept) {
     EXPECT_EQ(storedEnd(10000).toInt(), 20000);
     // ...and keeps that end when the next loop moves later.
     selectLoopStarting(20000);
-    m->dtaLoopPoints->Edit();
-    m->dtaLoopPoints->setField(QStringLiteral("startTime"), 25000);
-    m->dtaLoopPoints->Update();
+    m->library().dtaLoopPoints->Edit();
+    m->library().dtaLoopPoints->setField(QStringLiteral("startTime"), 25000);
+    m->library().dtaLoopPoints->Update();
     selectLoopStarting(10000);
     ASSERT_FALSE(m->calcInAndOutPoints(in, out));
     EXPECT_EQ(out, 20000);
@@ -285,9 +287,9 @@ TEST_F(Loops, WrongEndpointsSpeakAndPlayNothing) {
 
     // An empty grid has no loop to play: the same words, nothing else.
     for (int i = 0; i < 2; ++i) {
-        m->dtaLoopPoints->MoveFirst();
-        m->dtaLoopPoints->Delete();
-        m->dtaLoopPoints->Requery();
+        m->library().dtaLoopPoints->MoveFirst();
+        m->library().dtaLoopPoints->Delete();
+        m->library().dtaLoopPoints->Requery();
     }
     EXPECT_TRUE(m->calcInAndOutPoints(in, out));
     EXPECT_TRUE(boxShown(kLoopProblem));
@@ -297,12 +299,12 @@ TEST_F(Loops, OfTwoLoopsWithOneStartTheFirstWins) {
     openWave(30.0);
     addLoop(5000, 7000, QStringLiteral("first"));
     addLoop(5000, 9000, QStringLiteral("second"));
-    m->dtaLoopPoints->MoveLast();
-    ASSERT_EQ(m->dtaLoopPoints->field(QStringLiteral("Comment")).toString(), u"second");
+    m->library().dtaLoopPoints->MoveLast();
+    ASSERT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("Comment")).toString(), u"second");
     qint32 in = 0, out = 0;
     ASSERT_FALSE(m->calcInAndOutPoints(in, out));
     EXPECT_EQ(out, 7000);
-    EXPECT_EQ(m->dtaLoopPoints->field(QStringLiteral("Comment")).toString(), u"first");
+    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("Comment")).toString(), u"first");
 }
 
 TEST_F(Loops, ALoopRepeatsOnItsNaturalEndAndStopsForGoodOnTheUsersStop) {
@@ -337,7 +339,7 @@ TEST_F(Loops, ALoopReachingPastTheEndPlaysToTheEnd) {
     selectLoopStarting(18000);
     m->btnLoopPlay_Click();
     EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
-    EXPECT_EQ(m->outPt, 20000) << "the out point is pulled back to the end of the file";
+    EXPECT_EQ(m->loops().outPt, 20000) << "the out point is pulled back to the end of the file";
     EXPECT_EQ(w->Error(), 0);
 }
 
@@ -350,16 +352,16 @@ TEST_F(Loops, SaveCurrentStatusRemembersTheSelectedLoop) {
     addLoop(7000, 9000);
     selectLoopStarting(7000);
     EXPECT_TRUE(m->saveCurrentStatus());
-    EXPECT_EQ(m->prevStartTime, 7000);
-    EXPECT_FALSE(m->savedCdView);
+    EXPECT_EQ(m->loops().prevStartTime, 7000);
+    EXPECT_FALSE(m->transport().savedCdView);
 }
 
 TEST_F(Loops, WithoutADiscPlayingStartNewLoopMarksNothingAndDoesntHang) {
-    ASSERT_TRUE(m->cdView);
+    ASSERT_TRUE(m->transport().cdView);
     QElapsedTimer t;
     t.start();
     m->cmdStartNewLoop_Click();
     EXPECT_LT(t.elapsed(), 1000);
-    EXPECT_EQ(m->loopPointBuffer->Count(), 0);
+    EXPECT_EQ(m->loops().loopPointBuffer->Count(), 0);
     EXPECT_FALSE(isLoaded(QStringLiteral("makeLoopPoints")));
 }

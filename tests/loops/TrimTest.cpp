@@ -40,10 +40,10 @@ protected:
     }
     QSlider* s(frmTrim* t, int i) { return t->slStart(i); }
     QVariant stored(const char* field) {
-        auto probe = m->dtaLoopPoints->Clone();
+        auto probe = m->library().dtaLoopPoints->Clone();
         probe->Requery();
         probe->FindFirst(QStringLiteral("waveFileID = ? AND startTime > 1"),
-                         {m->WAVs->field(QStringLiteral("waveFileID"))});
+                         {m->library().WAVs->field(QStringLiteral("waveFileID"))});
         return probe->field(QString::fromLatin1(field));
     }
 };
@@ -64,16 +64,16 @@ TEST_F(Trim, OpensOnTheLoopWithASecondOfMarginAndPlaysIt) {
     EXPECT_TRUE(t->ui()->cmdSave->isEnabled());
     EXPECT_TRUE(playState->isArmed());
     EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
-    EXPECT_EQ(m->inPt, 10000);
-    EXPECT_EQ(m->outPt, 14000);
+    EXPECT_EQ(m->loops().inPt, 10000);
+    EXPECT_EQ(m->loops().outPt, 14000);
     // While the window is up its sliders are the loop...
     s(t, 0)->setValue(11000);
-    EXPECT_EQ(m->inPt, 11000);
+    EXPECT_EQ(m->loops().inPt, 11000);
     // ...and a second press on Play Selected Loop fits them to the stored loop again.
     m->btnLoopPlay_Click();
     EXPECT_EQ(formIfLoaded<frmTrim>(), t);
     EXPECT_EQ(s(t, 0)->value(), 10000);
-    EXPECT_EQ(m->inPt, 10000);
+    EXPECT_EQ(m->loops().inPt, 10000);
 }
 
 TEST_F(Trim, AMovedSliderIsHeardAtOnceAndSavedOnlyOnSave) {
@@ -88,8 +88,8 @@ TEST_F(Trim, AMovedSliderIsHeardAtOnceAndSavedOnlyOnSave) {
     t->slStart_MouseUp(0);
     EXPECT_TRUE(playState->isArmed());
     EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
-    EXPECT_EQ(m->inPt, 10500);
-    EXPECT_EQ(m->outPt, 14000);
+    EXPECT_EQ(m->loops().inPt, 10500);
+    EXPECT_EQ(m->loops().outPt, 14000);
     EXPECT_EQ(m->panelText(QStringLiteral("pnlLoopLength")), u"Loop Length: 00:03");
     EXPECT_FALSE(s(t, 0)->isEnabled()) << "the slider lets go of the mouse";
     QTest::qWait(400);
@@ -129,8 +129,8 @@ TEST_F(Trim, TheEndPreviewPlaysTheLastTwoSecondsOfALoopOverThree) {
     // The preview is under way: the last two seconds, and the whole loop stays in force.
     EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
     EXPECT_GE(w->Position(), 13000);
-    EXPECT_EQ(m->inPt, 10000);
-    EXPECT_EQ(m->outPt, 15000);
+    EXPECT_EQ(m->loops().inPt, 10000);
+    EXPECT_EQ(m->loops().outPt, 15000);
     EXPECT_EQ(w->From(), 10000) << "the loop's own bounds are put back for the next pass";
     EXPECT_EQ(w->To(), 15000);
 
@@ -138,7 +138,7 @@ TEST_F(Trim, TheEndPreviewPlaysTheLastTwoSecondsOfALoopOverThree) {
     s(t, 0)->setValue(12000);
     s(t, 1)->setValue(14500);
     EXPECT_LT(w->Position(), 12500) << "plays from the start at once";
-    EXPECT_EQ(m->inPt, 12000);
+    EXPECT_EQ(m->loops().inPt, 12000);
 }
 
 // The end preview waits a second before it plays; a musician who closes the window in that
@@ -177,7 +177,7 @@ TEST_F(Trim, ZoomPrevAndNextStayWithinTheSliders) {
     t->cmdNext_Click(2);
     EXPECT_EQ(s(t, 0)->value(), 2000);
     EXPECT_EQ(s(t, 1)->value(), 4000);
-    EXPECT_EQ(m->inPt, 2000) << "each shift is heard";
+    EXPECT_EQ(m->loops().inPt, 2000) << "each shift is heard";
 }
 
 TEST_F(Trim, ALoopWithinTheFirstSecondGetsANegativeMinimum) {
@@ -186,7 +186,7 @@ TEST_F(Trim, ALoopWithinTheFirstSecondGetsANegativeMinimum) {
     EXPECT_EQ(s(t, 0)->value(), 400);
     t->cmdNext_Click(1);
     EXPECT_EQ(s(t, 0)->value(), -600);
-    EXPECT_EQ(m->inPt, 0) << "the loop starts with the sound";
+    EXPECT_EQ(m->loops().inPt, 0) << "the loop starts with the sound";
     EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
     t->cmdZoom_Click();
     EXPECT_EQ(s(t, 0)->minimum(), 0);
@@ -206,8 +206,8 @@ TEST_F(Trim, InSlowPlayTheWholeFileWithoutMarginAndTheFractionsSurviveANewSpeed)
     s(t, 1)->setValue(w->Length() / 2);
     t->settingLimits = false;
     m->setupTrimFormsForSlowdown();
-    EXPECT_NEAR(m->trimStartFraction, 0.25, 0.001);
-    EXPECT_NEAR(m->trimEndFraction, 0.5, 0.001);
+    EXPECT_NEAR(m->loops().trimStartFraction, 0.25, 0.001);
+    EXPECT_NEAR(m->loops().trimEndFraction, 0.5, 0.001);
     m->adjustTrimForm();
     EXPECT_NEAR(s(t, 0)->value(), w->Length() / 4, 1);
     EXPECT_NEAR(s(t, 1)->value(), w->Length() / 2, 1);

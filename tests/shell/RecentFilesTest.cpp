@@ -112,7 +112,7 @@ TEST_F(RecentFiles, TheLatestComesFirstAndAFullListLosesItsLast) {
     // Choosing an item in the menu opens that file in mode "Wave" and leaves the order.
     const QStringList before = shownList();
     m->mnuMRU(4)->trigger();
-    EXPECT_FALSE(m->cdView);
+    EXPECT_FALSE(m->transport().cdView);
     EXPECT_EQ(u->WaveControl->FileName(), files[1]);
     EXPECT_EQ(u->WaveControl->Mode(), MMControl::ModeStopped);
     EXPECT_EQ(m->windowTitle(), QStringLiteral("Cantavox: ") + files[1]);
@@ -135,7 +135,7 @@ TEST_F(RecentFiles, TheStoredListComesBackAtStartAsTheUserWroteIt) {
     EXPECT_TRUE(u->mnuMRUsep->isVisible());
 
     m->mnuMRU(1)->trigger();
-    EXPECT_FALSE(m->cdView);
+    EXPECT_FALSE(m->transport().cdView);
     EXPECT_EQ(u->WaveControl->FileName(), rock);
     EXPECT_TRUE(promptTexts().isEmpty()) << promptTexts().join(u'|').toStdString();
 
@@ -163,7 +163,7 @@ TEST_F(RecentFiles, AFileGoneOrBrokenStaysAndChoosingItSaysSo) {
     m->mnuMRU(2)->trigger();
     EXPECT_TRUE(promptTexts().contains(QStringLiteral("File not found")))
         << promptTexts().join(u'|').toStdString();
-    EXPECT_TRUE(m->cdView) << "the mode stays as it was";
+    EXPECT_TRUE(m->transport().cdView) << "the mode stays as it was";
     EXPECT_EQ(shownList(), list) << "the entry stays until it is pushed out";
 
     Prompts::clear();
@@ -172,7 +172,7 @@ TEST_F(RecentFiles, AFileGoneOrBrokenStaysAndChoosingItSaysSo) {
     EXPECT_EQ(Prompts::log().first().text, u->WaveControl->ErrorMessage())
         << "the device's own words come first";
     EXPECT_TRUE(Prompts::log().first().text.contains(QStringLiteral("broken.wav")));
-    EXPECT_TRUE(m->cdView);
+    EXPECT_TRUE(m->transport().cdView);
     EXPECT_EQ(shownList(), list);
 }
 

@@ -31,15 +31,16 @@ QString MainWindowTest::openWave(const QString& name, double seconds,
     EXPECT_TRUE(wavgen::writeSine(path, seconds, 440.0, format));
     Prompts::pushAnswer(path);
     m->mnuFileOpen_Click();
-    EXPECT_FALSE(m->cdView) << "the file should have opened in mode Wave";
+    EXPECT_FALSE(m->transport().cdView) << "the file should have opened in mode Wave";
     Prompts::clear();
     return path;
 }
 
 void MainWindowTest::addLoop(qint32 start, qint32 end, const QString& comment) {
-    Recordset* rs = m->dtaLoopPoints;
+    Recordset* rs = m->library().dtaLoopPoints;
     rs->AddNew();
-    rs->setField(QStringLiteral("waveFileID"), m->WAVs->field(QStringLiteral("waveFileID")));
+    rs->setField(QStringLiteral("waveFileID"),
+                 m->library().WAVs->field(QStringLiteral("waveFileID")));
     rs->setField(QStringLiteral("startTime"), start);
     if (end >= 0)
         rs->setField(QStringLiteral("endTime"), end);
@@ -47,10 +48,10 @@ void MainWindowTest::addLoop(qint32 start, qint32 end, const QString& comment) {
         rs->setField(QStringLiteral("Comment"), comment);
     rs->Update();
     rs->Requery();
-    m->loopsModel->reload();
+    m->library().loopsModel->reload();
 }
 
 void MainWindowTest::selectLoopStarting(qint32 start) {
-    m->dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {start});
-    ASSERT_FALSE(m->dtaLoopPoints->NoMatch());
+    m->library().dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {start});
+    ASSERT_FALSE(m->library().dtaLoopPoints->NoMatch());
 }

@@ -19,6 +19,7 @@
 #include <QDir>
 #include <QFile>
 #include <QLineEdit>
+#include <QSignalBlocker>
 #include <QSignalSpy>
 #include <QSlider>
 #include <QTest>
@@ -79,20 +80,12 @@ TEST_F(SlowPlay, BandsFollowTheQuality) {
 }
 
 TEST_F(SlowPlay, PitchFactorAndTheFieldsArithmetic) {
-    m->pitchChange = 1200;
-    EXPECT_DOUBLE_EQ(m->calcPitchFactor(), 2.0);
-    m->pitchChange = -1200;
-    EXPECT_DOUBLE_EQ(m->calcPitchFactor(), 0.5);
-    m->pitchChange = 100;
-    EXPECT_NEAR(m->calcPitchFactor(), 1.059463, 1e-6);
-    m->pitchChange = 0;
-    EXPECT_EQ(m->calcPitchFactor(), 1.0);
+    EXPECT_DOUBLE_EQ(frmMain::pitchFactorOf(1200), 2.0);
+    EXPECT_DOUBLE_EQ(frmMain::pitchFactorOf(-1200), 0.5);
+    EXPECT_NEAR(frmMain::pitchFactorOf(100), 1.059463, 1e-6);
+    EXPECT_EQ(frmMain::pitchFactorOf(0), 1.0);
+    EXPECT_EQ(m->calcPitchFactor(), 1.0) << "no pitch change at the start";
 
-    // Whole half steps and the cents beyond: the signs add, they don't join.
-    m->pitchChange = -250;
-    m->pitchChangeTextFieldsFill();
-    EXPECT_EQ(u->txtSlowPct_1->text(), u"-2");
-    EXPECT_EQ(u->txtSlowPct_2->text(), u"-50");
     EXPECT_EQ(m->roundPct(44), 40);
     EXPECT_EQ(m->roundPct(45), 50);
     EXPECT_EQ(m->roundPct(-4), 0);
@@ -109,8 +102,9 @@ TEST_F(SlowPlay, FromAWaveLoopToARepeatingSlowedLoopAndBack) {
     const auto [cutFrames, cutRate] = soundOf(scratch("temp.wav"));
     EXPECT_EQ(cutRate, 16000);
     EXPECT_EQ(cutFrames, 2 * 16000);
-    EXPECT_EQ(m->tempWavChannels, 2);
-    EXPECT_EQ(m->slowDownPercent, 50) << "a loop never transformed starts at half speed";
+    EXPECT_EQ(m->transform().tempWavChannels, 2);
+    EXPECT_EQ(m->transform().slowDownPercent, 50)
+        << "a loop never transformed starts at half speed";
     EXPECT_TRUE(m->panelText(QStringLiteral("pnlMsg")).startsWith(u"Playing loop at 50%"));
     EXPECT_FALSE(u->cmdGraphic->isEnabled()) << "no graph before the file is complete";
 
@@ -122,8 +116,8 @@ TEST_F(SlowPlay, FromAWaveLoopToARepeatingSlowedLoopAndBack) {
     EXPECT_EQ(slowFrames, 4 * 16000) << "half speed lasts twice as long, to the frame";
     EXPECT_TRUE(playState->isArmed());
     // Remembered for this loop.
-    m->dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {2000});
-    EXPECT_EQ(m->dtaLoopPoints->field(QStringLiteral("lastPct")).toInt(), 50);
+    m->library().dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {2000});
+    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("lastPct")).toInt(), 50);
 
     // The finished file repeats as plain playback.
     QSignalSpy done(w, &MMControl::Done);
@@ -134,7 +128,7 @@ TEST_F(SlowPlay, FromAWaveLoopToARepeatingSlowedLoopAndBack) {
     EXPECT_FALSE(gvInSlowPlay);
     EXPECT_EQ(m->currentMode(), u"Wave");
     EXPECT_EQ(w->FileName(), source) << "the user's file comes back";
-    EXPECT_EQ(m->dtaLoopPoints->field(QStringLiteral("startTime")).toInt(), 2000);
+    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("startTime")).toInt(), 2000);
 }
 
 TEST_F(SlowPlay, SpeedAndPitchAreRememberedPerLoopAndPerFile) {
@@ -146,22 +140,22 @@ TEST_F(SlowPlay, SpeedAndPitchAreRememberedPerLoopAndPerFile) {
     // 70 %, typed and entered.
     u->txtSlowPct_0->setText(QStringLiteral("70"));
     QTest::keyClick(u->txtSlowPct_0, Qt::Key_Return);
-    EXPECT_EQ(m->slowDownPercent, 70);
+    EXPECT_EQ(m->transform().slowDownPercent, 70);
     EXPECT_EQ(u->slSlowPct_0->value(), 70);
     ASSERT_TRUE(waitForSlowFile());
     EXPECT_EQ(soundOf(scratch("tempslow.wav")).first, std::lround(2 * 16000 * 100.0 / 70));
 
     // A half step down, by its label.
     m->lblSteps_Click(13);
-    EXPECT_EQ(m->pitchChange, -100);
+    EXPECT_EQ(m->transform().pitchChange, -100);
     EXPECT_EQ(u->txtSlowPct_1->text(), u"-1");
     ASSERT_TRUE(waitForSlowFile());
-    EXPECT_EQ(m->WAVs->field(QStringLiteral("lastPitchChange")).toInt(), -100)
+    EXPECT_EQ(m->library().WAVs->field(QStringLiteral("lastPitchChange")).toInt(), -100)
         << "the pitch is the file's";
 
     m->cmdPrevView_Click();
     u->cmdSlowPlay->click();
-    EXPECT_EQ(m->slowDownPercent, 70) << "the loop's last speed";
+    EXPECT_EQ(m->transform().slowDownPercent, 70) << "the loop's last speed";
     ASSERT_TRUE(waitForSlowFile());
 }
 
@@ -177,36 +171,38 @@ TEST_F(SlowPlay, TheFieldsArithmeticTransformsAnew) {
     u->txtSlowPct_1->setText(QStringLiteral("1"));
     u->txtSlowPct_2->setText(QStringLiteral("150"));
     QTest::keyClick(u->txtSlowPct_2, Qt::Key_Return);
-    EXPECT_EQ(m->pitchChange, 250);
+    EXPECT_EQ(m->transform().pitchChange, 250);
     EXPECT_EQ(u->txtSlowPct_1->text(), u"2");
     EXPECT_EQ(u->txtSlowPct_2->text(), u"50");
 
     u->txtSlowPct_1->setText(QStringLiteral("-2"));
     u->txtSlowPct_2->setText(QStringLiteral("50"));
     m->completetxtSlowPctEntry(1);
-    EXPECT_EQ(m->pitchChange, -150);
+    EXPECT_EQ(m->transform().pitchChange, -150);
 
     // Text in a pitch field is a conversion error, not a zero.
     u->txtSlowPct_1->setText(QStringLiteral("two"));
     EXPECT_EQ(errorOf([&] { m->completetxtSlowPctEntry(1); }), 13);
-    EXPECT_EQ(m->pitchChange, -150);
+    EXPECT_EQ(m->transform().pitchChange, -150);
 
     // A speed typed as 3 runs at 5, and 5 is what is remembered.
     u->txtSlowPct_1->setText(QStringLiteral("0"));
     u->txtSlowPct_2->setText(QStringLiteral("0"));
-    m->pitchChange = 0;
+    m->completetxtSlowPctEntry(1);
+    EXPECT_EQ(m->transform().pitchChange, 0);
+    ASSERT_TRUE(waitForSlowFile(15000));
     u->txtSlowPct_0->setText(QStringLiteral("3"));
     m->completetxtSlowPctEntry(0);
-    EXPECT_EQ(m->slowDownPercent, 5);
+    EXPECT_EQ(m->transform().slowDownPercent, 5);
     ASSERT_TRUE(waitForSlowFile(15000));
     EXPECT_EQ(soundOf(scratch("tempslow.wav")).first, 20 * 2 * 16000);
-    m->dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {2000});
-    EXPECT_EQ(m->dtaLoopPoints->field(QStringLiteral("lastPct")).toInt(), 5);
+    m->library().dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {2000});
+    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("lastPct")).toInt(), 5);
 
     // Above the slider's end the speed is played as typed; the slider stops at its end.
     u->txtSlowPct_0->setText(QStringLiteral("250"));
     m->completetxtSlowPctEntry(0);
-    EXPECT_EQ(m->slowDownPercent, 250);
+    EXPECT_EQ(m->transform().slowDownPercent, 250);
     ASSERT_TRUE(waitForSlowFile(15000));
     EXPECT_EQ(soundOf(scratch("tempslow.wav")).first, 2 * 16000 * 100 / 250);
     EXPECT_EQ(u->slSlowPct_0->value(), 200);
@@ -215,7 +211,7 @@ TEST_F(SlowPlay, TheFieldsArithmeticTransformsAnew) {
     // Text without a number reads 0, raised to the same floor.
     u->txtSlowPct_0->setText(QStringLiteral("fast"));
     m->completetxtSlowPctEntry(0);
-    EXPECT_EQ(m->slowDownPercent, 5);
+    EXPECT_EQ(m->transform().slowDownPercent, 5);
     bool cancel = false;
     m->slowControl_StopClick(cancel);
 }
@@ -225,14 +221,15 @@ TEST_F(SlowPlay, SliderAtZeroGivesFiveAndCodeSetsRunNothing) {
     gvAutoSlow = false;
     u->cmdSlowPlay->click();
     // The code's own settings run no transformation.
-    m->sliderUpdating = true;
-    u->slSlowPct_0->setValue(120);
-    m->sliderUpdating = false;
-    EXPECT_EQ(m->slowDownPercent, 50);
+    {
+        const QSignalBlocker quiet(u->slSlowPct_0);
+        u->slSlowPct_0->setValue(120);
+    }
+    EXPECT_EQ(m->transform().slowDownPercent, 50);
     EXPECT_FALSE(QFile::exists(scratch("tempslow.wav")));
 
     u->slSlowPct_0->setValue(0);
-    EXPECT_EQ(m->slowDownPercent, 5);
+    EXPECT_EQ(m->transform().slowDownPercent, 5);
     EXPECT_EQ(u->slSlowPct_0->value(), 5);
     m->stopDLL();
 
@@ -253,19 +250,19 @@ TEST_F(SlowPlay, StopWhileTheEngineSoundsCancelsThePendingFile) {
     gvAutoSlow = true;
     gvRealtime = true;
     // A long slowdown, so that the engine is still sounding when Stop comes.
-    m->dtaLoopPoints->Edit();
-    m->dtaLoopPoints->setField(QStringLiteral("endTime"), 12000);
-    m->dtaLoopPoints->setField(QStringLiteral("lastPct"), 10);
-    m->dtaLoopPoints->Update();
+    m->library().dtaLoopPoints->Edit();
+    m->library().dtaLoopPoints->setField(QStringLiteral("endTime"), 12000);
+    m->library().dtaLoopPoints->setField(QStringLiteral("lastPct"), 10);
+    m->library().dtaLoopPoints->Update();
     u->cmdSlowPlay->click();
     ASSERT_TRUE(gvInSlowPlay);
     ASSERT_FALSE(gvSlowFileReady);
     bool cancel = false;
     m->slowControl_StopClick(cancel);
-    EXPECT_EQ(m->tmrLoopDLLTag, u"STOP");
+    EXPECT_EQ(m->transform().tmrLoopDLLTag, u"STOP");
     QTest::qWait(1500);
     EXPECT_FALSE(gvSlowFileReady) << "the stopped job's end changes nothing";
-    EXPECT_FALSE(m->tmrLoopDLL.isActive());
+    EXPECT_FALSE(m->transform().tmrLoopDLL.isActive());
     EXPECT_NE(w->FileName(), scratch("tempslow.wav"));
 }
 
@@ -275,7 +272,7 @@ TEST_F(SlowPlay, ANewSpeedWhileAJobRunsOnlyTheNewJobsEndArrives) {
     u->cmdSlowPlay->click();
     ASSERT_FALSE(gvSlowFileReady);
     int ticks = 0;
-    QObject::connect(&m->tmrLoopDLL, &QTimer::timeout, [&] { ++ticks; });
+    QObject::connect(&m->transform().tmrLoopDLL, &QTimer::timeout, [&] { ++ticks; });
     m->speedLabel_Click(100);
     ASSERT_TRUE(waitForSlowFile());
     QTest::qWait(500);
@@ -329,10 +326,10 @@ TEST_F(SlowPlay, AMissingOrBrokenScratchFileSaysSoAndLeavesTheProgramUsable) {
     // No loop at all: the Transform button explains itself.
     Prompts::clear();
     m->changeToMode(QStringLiteral("Wave"));
-    while (m->dtaLoopPoints->RecordCount() > 0) {
-        m->dtaLoopPoints->MoveFirst();
-        m->dtaLoopPoints->Delete();
-        m->dtaLoopPoints->Requery();
+    while (m->library().dtaLoopPoints->RecordCount() > 0) {
+        m->library().dtaLoopPoints->MoveFirst();
+        m->library().dtaLoopPoints->Delete();
+        m->library().dtaLoopPoints->Requery();
     }
     m->cmdSlowPlay_Click();
     EXPECT_FALSE(gvInSlowPlay);
@@ -367,7 +364,7 @@ TEST_F(SlowPlay, ADiskTooFullForTheResultSaysSoAndTheProgramGoesOn) {
     // And with room again it works.
     Prompts::clear();
     m->changeToMode(QStringLiteral("Wave"));
-    m->dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {2000});
+    m->library().dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {2000});
     gvAutoSlow = true;
     u->cmdSlowPlay->click();
     EXPECT_TRUE(waitForSlowFile());

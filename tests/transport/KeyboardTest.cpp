@@ -70,12 +70,11 @@ TEST_F(Keyboard, SpaceOnTheGridTogglesAndTypesNothing) {
 
 TEST_F(Keyboard, SpaceInACommentTypesOnlyOnADisc) {
     // On a disc the comment field is text being edited.
-    ASSERT_TRUE(m->cdView);
+    ASSERT_TRUE(m->transport().cdView);
     u->Comments->show();
     u->Comments->setFocus();
     u->Comments->setText(QStringLiteral("live"));
     u->Comments->end(false);
-    m->lastTypedTime = Timer() - 60;
     QTest::keyClick(u->Comments, Qt::Key_Space);
     QTest::keyClicks(u->Comments, QStringLiteral("take"));
     EXPECT_EQ(u->Comments->text(), u"live take");
@@ -85,7 +84,6 @@ TEST_F(Keyboard, SpaceInACommentTypesOnlyOnADisc) {
     openWave();
     u->txtCurrentPosition->setFocus();
     const QString shown = u->txtCurrentPosition->text();
-    m->lastTypedTime = Timer() - 60;
     QTest::keyClick(u->txtCurrentPosition, Qt::Key_Space);
     EXPECT_TRUE(isPlaying());
     EXPECT_EQ(u->txtCurrentPosition->text(), shown);
@@ -93,36 +91,38 @@ TEST_F(Keyboard, SpaceInACommentTypesOnlyOnADisc) {
 }
 
 TEST_F(Keyboard, ABlankIsEatenUnlessTypingJustRenewedTheClock) {
+    // Nothing typed since the start: the blank is the transport's, never text.
     int blank = 32;
-    m->lastTypedTime = Timer() - 10.5;
     m->Form_KeyPress(blank);
     EXPECT_EQ(blank, 0);
+    // Typing in the comments renews the clock: the next blank is text.
+    int typed = 'a';
+    m->Comments_KeyPress(typed);
     blank = 32;
-    m->lastTypedTime = Timer() - 2;
     m->Form_KeyPress(blank);
     EXPECT_EQ(blank, 32);
     int letter = 'a';
-    m->lastTypedTime = Timer() - 60;
     m->Form_KeyPress(letter);
     EXPECT_EQ(letter, 'a');
 }
 
 TEST_F(Keyboard, F7PlaysTheSelectedLoopAndF8PlaysOnFromIt) {
     openWave();
-    Recordset* rs = m->dtaLoopPoints;
+    Recordset* rs = m->library().dtaLoopPoints;
     rs->AddNew();
-    rs->setField(QStringLiteral("waveFileID"), m->WAVs->field(QStringLiteral("waveFileID")));
+    rs->setField(QStringLiteral("waveFileID"),
+                 m->library().WAVs->field(QStringLiteral("waveFileID")));
     rs->setField(QStringLiteral("startTime"), 30000);
     rs->setField(QStringLiteral("endTime"), 33000);
     rs->Update();
     rs->Requery();
-    m->loopsModel->reload();
+    m->library().loopsModel->reload();
     rs->FindFirst(QStringLiteral("startTime = ?"), {30000});
 
     QTest::keyClick(u->loopPoints, Qt::Key_F7);
     EXPECT_TRUE(playState->isArmed());
-    EXPECT_EQ(m->inPt, 30000);
-    EXPECT_EQ(m->outPt, 33000);
+    EXPECT_EQ(m->loops().inPt, 30000);
+    EXPECT_EQ(m->loops().outPt, 33000);
     EXPECT_TRUE(isPlaying());
 
     QTest::keyClick(u->loopPoints, Qt::Key_F8);
@@ -134,20 +134,20 @@ TEST_F(Keyboard, F7PlaysTheSelectedLoopAndF8PlaysOnFromIt) {
 
 TEST_F(Keyboard, ThePadsPlusAndMinusChangeTheSpeedInSlowPlayOnly) {
     openWave();
-    m->dtaLoopPoints->MoveFirst();
-    m->dtaLoopPoints->Edit();
-    m->dtaLoopPoints->setField(QStringLiteral("endTime"), 2000);
-    m->dtaLoopPoints->Update();
+    m->library().dtaLoopPoints->MoveFirst();
+    m->library().dtaLoopPoints->Edit();
+    m->library().dtaLoopPoints->setField(QStringLiteral("endTime"), 2000);
+    m->library().dtaLoopPoints->Update();
     gvAutoSlow = false;
     m->cmdSlowPlay_Click();
     ASSERT_TRUE(gvInSlowPlay);
-    ASSERT_EQ(m->slowDownPercent, 50);
+    ASSERT_EQ(m->transform().slowDownPercent, 50);
     QTest::keyClick(u->txtSlowPct_0, Qt::Key_Plus, Qt::KeypadModifier);
-    EXPECT_EQ(m->slowDownPercent, 60);
+    EXPECT_EQ(m->transform().slowDownPercent, 60);
     EXPECT_EQ(u->txtSlowPct_0->text(), u"60");
     QTest::keyClick(u->txtSlowPct_0, Qt::Key_Minus, Qt::KeypadModifier);
     QTest::keyClick(u->txtSlowPct_0, Qt::Key_Minus, Qt::KeypadModifier);
-    EXPECT_EQ(m->slowDownPercent, 40);
+    EXPECT_EQ(m->transform().slowDownPercent, 40);
     EXPECT_EQ(u->slSlowPct_0->value(), 40);
     m->stopDLL();
 
@@ -155,6 +155,6 @@ TEST_F(Keyboard, ThePadsPlusAndMinusChangeTheSpeedInSlowPlayOnly) {
     m->cmdPrevView_Click();
     int plus = 107;
     m->Form_KeyDown(plus, 0);
-    EXPECT_EQ(m->slowDownPercent, 40);
+    EXPECT_EQ(m->transform().slowDownPercent, 40);
     EXPECT_EQ(plus, 107);
 }

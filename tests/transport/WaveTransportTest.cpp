@@ -76,9 +76,13 @@ TEST_F(WaveTransport, StatusShowsTheFullPathAndFollowsThePlay) {
 
 TEST_F(WaveTransport, AnArmedLoopRestartsAtANaturalEndOnly) {
     openWave(QStringLiteral("loop.wav"), 6.0);
-    // The loop in force, as btnLoopPlay_Click would have set it.
-    m->inPt = 2000;
-    m->outPt = 3000;
+    // The loop in force, set as the loop button sets it, and stopped again.
+    m->playLoop(false, 2000, 3000);
+    playState->setState(false);
+    w->setWait(true);
+    w->setCommand(QStringLiteral("Stop"));
+    QCoreApplication::processEvents();
+    ASSERT_EQ(m->loops().inPt, 2000);
     // A play of one second of sound, its end awaited.
     auto playSecond = [&] {
         w->setFrom(2000);
@@ -189,7 +193,7 @@ TEST_F(WaveTransport, ScrollBarPlaysFromWhereItIsLetGo) {
     // A drag shows minutes and seconds and silences the status events meanwhile.
     u->sbTrackPos->setSliderDown(true);
     u->sbTrackPos->setSliderPosition(125);
-    EXPECT_TRUE(m->scrollDragging);
+    EXPECT_TRUE(m->transport().scrollDragging);
     EXPECT_EQ(u->txtCurrentPosition->text(), u"02:05");
     EXPECT_EQ(w->UpdateInterval(), 0);
     EXPECT_EQ(w->Mode(), MMControl::ModeStopped) << "nothing plays while the thumb is held";
@@ -201,21 +205,21 @@ TEST_F(WaveTransport, ScrollBarPlaysFromWhereItIsLetGo) {
     EXPECT_GE(w->Position(), 125000);
     EXPECT_LT(w->Position(), 130000);
     EXPECT_TRUE(gvPlayRequested);
-    EXPECT_FALSE(m->scrollDragging);
+    EXPECT_FALSE(m->transport().scrollDragging);
     EXPECT_EQ(w->UpdateInterval(), 500);
 }
 
 TEST_F(WaveTransport, PlayFromLoopOnStartsAtTheCurrentLoop) {
     openWave(QStringLiteral("song.wav"), 100.0);
-    const QVariant id = m->WAVs->field(QStringLiteral("waveFileID"));
-    m->dtaLoopPoints->AddNew();
-    m->dtaLoopPoints->setField(QStringLiteral("waveFileID"), id);
-    m->dtaLoopPoints->setField(QStringLiteral("startTime"), 42000);
-    m->dtaLoopPoints->setField(QStringLiteral("endTime"), 50000);
-    m->dtaLoopPoints->Update();
-    m->dtaLoopPoints->Requery();
-    m->dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {42000});
-    ASSERT_FALSE(m->dtaLoopPoints->NoMatch());
+    const QVariant id = m->library().WAVs->field(QStringLiteral("waveFileID"));
+    m->library().dtaLoopPoints->AddNew();
+    m->library().dtaLoopPoints->setField(QStringLiteral("waveFileID"), id);
+    m->library().dtaLoopPoints->setField(QStringLiteral("startTime"), 42000);
+    m->library().dtaLoopPoints->setField(QStringLiteral("endTime"), 50000);
+    m->library().dtaLoopPoints->Update();
+    m->library().dtaLoopPoints->Requery();
+    m->library().dtaLoopPoints->FindFirst(QStringLiteral("startTime = ?"), {42000});
+    ASSERT_FALSE(m->library().dtaLoopPoints->NoMatch());
 
     gvPlayRequested = false;
     m->playFromLoopOn();

@@ -36,7 +36,7 @@ qint16 gvDigCDNum = 1;
 bool gvSwitchToDigitalAskedAndAnswered = true;
 
 void resetGlobals() {
-    // playState is owned by frmMain's initializeStateVariables and not touched here.
+    // playState belongs to the main window, which sets it and clears it when it goes.
     gvInSlowPlay = false;
     gvExiting = false;
     gvInStartup = false;

@@ -4,6 +4,7 @@
 #include <QList>
 #include <QString>
 #include <QWidget>
+#include <utility>
 
 // The collection of loaded forms. A form is a top-level window of ours whose objectName is
 // its form name ("frmMain", "messageForm", ...). Forms are loaded on demand, one instance
@@ -23,12 +24,14 @@ void unloadForm(QWidget* form);
 // safe to call often.
 void ensureWindowResources();
 
-// The loaded instance of a form class, created (hidden) if none is loaded.
-template <class T> T* loadForm() {
+// The loaded instance of a form class, created (hidden) from args if none is loaded. The
+// collection owns it: unloadForm (or the form's own close) deletes it, and closeAllForms
+// unloads every form at the end.
+template <class T, class... Args> T* loadForm(Args&&... args) {
     const QString name = QString::fromLatin1(T::staticMetaObject.className());
     if (QWidget* w = findLoadedForm(name))
         return static_cast<T*>(w);
-    T* form = new T();
+    T* form = new T(std::forward<Args>(args)...);
     form->setObjectName(name);
     return form;
 }

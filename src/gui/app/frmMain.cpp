@@ -21,6 +21,8 @@
 #include "library/WaveFileQueries.h"
 #include "library/cdDrive.h"
 #include "library/dbUpgrade.h"
+#include "loops/MainLoopMarking.h"
+#include "loops/MainTrimHost.h"
 #include "loops/loopPoints.h"
 #include "platform/AudioDevice.h"
 #include "platform/MMControl.h"
@@ -50,7 +52,9 @@ frmMain* g_instance = nullptr;
 const QString kWebBase = QStringLiteral("https://cantavox.example.org/");
 } // namespace
 
-frmMain::frmMain() : m_ui(std::make_unique<Ui::frmMain>()) {
+frmMain::frmMain()
+    : m_loopMarking(std::make_unique<MainLoopMarking>(*this)),
+      m_trimHost(std::make_unique<MainTrimHost>(*this)), m_ui(std::make_unique<Ui::frmMain>()) {
     g_instance = this;
     ensureWindowResources();
     setObjectName(QStringLiteral("frmMain"));
@@ -88,12 +92,13 @@ frmMain::frmMain() : m_ui(std::make_unique<Ui::frmMain>()) {
     buildStatusBar();
     connectMenus();
 
-    CDs = new Recordset(this);
-    dtaTracks = new Recordset(this);
-    dtaLoopPoints = new Recordset(this);
-    WAVs = new Recordset(this);
-    for (auto [rs, name] : {std::pair{CDs, "CDs"}, std::pair{dtaTracks, "dtaTracks"},
-                            std::pair{dtaLoopPoints, "dtaLoopPoints"}, std::pair{WAVs, "WAVs"}})
+    m_library.CDs = new Recordset(this);
+    m_library.dtaTracks = new Recordset(this);
+    m_library.dtaLoopPoints = new Recordset(this);
+    m_library.WAVs = new Recordset(this);
+    for (auto [rs, name] :
+         {std::pair{m_library.CDs, "CDs"}, std::pair{m_library.dtaTracks, "dtaTracks"},
+          std::pair{m_library.dtaLoopPoints, "dtaLoopPoints"}, std::pair{m_library.WAVs, "WAVs"}})
         rs->setObjectName(QString::fromLatin1(name));
 
     tmrAfterFormLoad.setSingleShot(true);
@@ -103,6 +108,8 @@ frmMain::frmMain() : m_ui(std::make_unique<Ui::frmMain>()) {
 frmMain::~frmMain() {
     // The engine's end must find no window that is gone.
     setSlowPlayCallbackHandler(nullptr);
+    if (playState == m_playState.get())
+        playState = nullptr;
     if (g_instance == this)
         g_instance = nullptr;
 }
@@ -116,7 +123,7 @@ void frmMain::connectMenus() {
     // no disc in the drive, there is none, and the entries would only raise "no current
     // record". The tracks grid's popup sets them again for itself.
     connect(m_ui->mnuCD, &QMenu::aboutToShow, this, [this] {
-        const bool track = cdView && !gvInSlowPlay && CDpresent();
+        const bool track = m_transport.cdView && !gvInSlowPlay && CDpresent();
         m_ui->mnuMakeLoop->setEnabled(track);
         m_ui->mnuDigitalRec->setEnabled(track && gvRecordMode == 1);
     });
@@ -171,18 +178,18 @@ void frmMain::connectMenus() {
 
 void frmMain::Form_Load() {
     FS_PROC(kModule, "Sub Form_Load");
-    formLoaded = false;
+    m_formLoaded = false;
     setEnabled(false);
     // The message window is called messageForm, so this is never true; kept as it stands.
     if (isLoaded(QStringLiteral("messagesForm")))
         Message(QStringLiteral("Loading Main Form"), QStringLiteral("Starting Cantavox"));
-    loopPointBuffer = std::make_unique<loopPoints>();
+    m_loops.loopPointBuffer = std::make_unique<loopPoints>();
     m_ui->CDControl->setWait(false);
     gvDebugging = false;
-    externBinPath = appDir() + QStringLiteral("/extern.bin");
+    m_transform.externBinPath = appDir() + QStringLiteral("/extern.bin");
     centerform(this);
     stashTooltips();
-    lastTypedTime = Timer() - 10;
+    m_transport.lastTypedTime = Timer() - 10;
     autoplay(false);
     CDandRecordingSetup();
     {
@@ -215,7 +222,7 @@ void frmMain::Form_Load() {
         }
     }
     initializeStateVariables();
-    currentMMControl = m_ui->CDControl;
+    m_transport.currentMMControl = m_ui->CDControl;
     QScreen* screen = QGuiApplication::primaryScreen();
     if (screen && screen->geometry().width() == 640) {
         // Without a window manager the state alone doesn't resize: fill the screen as well.
@@ -232,16 +239,16 @@ void frmMain::Form_Load() {
     // which the splitter that holds them guarantees.
     tmrAfterFormLoad.setInterval(200);
     tmrAfterFormLoad.start();
-    formLoaded = true;
+    m_formLoaded = true;
     setEnabled(true);
 }
 
 bool frmMain::openLibrary() {
     FS_PROC(kModule, "Function openLibrary");
     const QString path = library::libraryPath();
-    dtaLoopPoints->setDatabaseName(path);
-    for (Recordset* rs : {CDs, dtaTracks, WAVs})
-        rs->setDatabaseName(dtaLoopPoints->DatabaseName());
+    m_library.dtaLoopPoints->setDatabaseName(path);
+    for (Recordset* rs : {m_library.CDs, m_library.dtaTracks, m_library.WAVs})
+        rs->setDatabaseName(m_library.dtaLoopPoints->DatabaseName());
     QString problem;
     if (!library::openConnection(QString::fromLatin1(library::kMainConnection), path, problem)) {
         Prompts::msgBox(QStringLiteral("Please inform the programmer that file ") + appDir() +
@@ -252,26 +259,28 @@ bool frmMain::openLibrary() {
         exitProgram(false);
         return false;
     }
-    library::selectAllDiscs(*CDs);
-    CDs->Refresh();
-    library::selectAllWaveFiles(*WAVs);
-    WAVs->Refresh();
-    tracksModel = new RecordsetModel(dtaTracks,
-                                     {{QStringLiteral("TrackNum"), QStringLiteral("#"), false},
-                                      {QStringLiteral("TrackName"), QStringLiteral("Track Name")},
-                                      {QStringLiteral("Rating"), QStringLiteral("Rating")}},
-                                     this);
-    loopsModel = new RecordsetModel(dtaLoopPoints,
-                                    {{QStringLiteral("TrackNum"), QStringLiteral("Trk"), false},
-                                     {QStringLiteral("Chords"), QStringLiteral("Chords")},
-                                     {QStringLiteral("Lyrics"), QStringLiteral("Lyrics")},
-                                     {QStringLiteral("Comment"), QStringLiteral("Label/Comment")}},
-                                    this);
+    library::selectAllDiscs(*m_library.CDs);
+    m_library.CDs->Refresh();
+    library::selectAllWaveFiles(*m_library.WAVs);
+    m_library.WAVs->Refresh();
+    m_library.tracksModel =
+        new RecordsetModel(m_library.dtaTracks,
+                           {{QStringLiteral("TrackNum"), QStringLiteral("#"), false},
+                            {QStringLiteral("TrackName"), QStringLiteral("Track Name")},
+                            {QStringLiteral("Rating"), QStringLiteral("Rating")}},
+                           this);
+    m_library.loopsModel =
+        new RecordsetModel(m_library.dtaLoopPoints,
+                           {{QStringLiteral("TrackNum"), QStringLiteral("Trk"), false},
+                            {QStringLiteral("Chords"), QStringLiteral("Chords")},
+                            {QStringLiteral("Lyrics"), QStringLiteral("Lyrics")},
+                            {QStringLiteral("Comment"), QStringLiteral("Label/Comment")}},
+                           this);
     showDiscRows();
-    m_ui->tgTracks->setModel(tracksModel);
-    m_ui->loopPoints->setModel(loopsModel);
-    tracksModel->attach(m_ui->tgTracks->selectionModel());
-    loopsModel->attach(m_ui->loopPoints->selectionModel());
+    m_ui->tgTracks->setModel(m_library.tracksModel);
+    m_ui->loopPoints->setModel(m_library.loopsModel);
+    m_library.tracksModel->attach(m_ui->tgTracks->selectionModel());
+    m_library.loopsModel->attach(m_ui->loopPoints->selectionModel());
     for (QTableView* grid : {m_ui->tgTracks, m_ui->loopPoints}) {
         grid->verticalHeader()->hide();
         grid->horizontalHeader()->setStretchLastSection(true);
@@ -280,8 +289,8 @@ bool frmMain::openLibrary() {
     m_ui->loopPoints->setColumnWidth(0, 40);
     m_ui->loopPoints->setColumnWidth(1, 140);
     m_ui->loopPoints->setColumnWidth(2, 220);
-    m_ui->tgTracks->setRecordset(dtaTracks);
-    m_ui->loopPoints->setRecordset(dtaLoopPoints);
+    m_ui->tgTracks->setRecordset(m_library.dtaTracks);
+    m_ui->loopPoints->setRecordset(m_library.dtaLoopPoints);
     connectGrids();
     return true;
 }
@@ -289,36 +298,38 @@ bool frmMain::openLibrary() {
 void frmMain::showDiscRows() {
     FS_PROC(kModule, "Sub showDiscRows");
     commitGridEdits();
-    const QVariant disc =
-        CDs->isEOF() || CDs->isBOF() ? QVariant(0) : CDs->field(QStringLiteral("CDid"));
-    library::selectDiscTracks(*dtaTracks, disc);
-    dtaTracks->Refresh();
-    library::selectDiscLoops(*dtaLoopPoints, disc);
-    dtaLoopPoints->Refresh();
-    if (tracksModel)
-        tracksModel->reload();
-    if (loopsModel)
-        loopsModel->reload();
+    const QVariant disc = m_library.CDs->isEOF() || m_library.CDs->isBOF()
+                              ? QVariant(0)
+                              : m_library.CDs->field(QStringLiteral("CDid"));
+    library::selectDiscTracks(*m_library.dtaTracks, disc);
+    m_library.dtaTracks->Refresh();
+    library::selectDiscLoops(*m_library.dtaLoopPoints, disc);
+    m_library.dtaLoopPoints->Refresh();
+    if (m_library.tracksModel)
+        m_library.tracksModel->reload();
+    if (m_library.loopsModel)
+        m_library.loopsModel->reload();
     // An empty list moves no record, so the Transform button is told here.
     cmdSlowPlayAdjust();
 }
 
 void frmMain::commitGridEdits() {
     FS_PROC(kModule, "Sub commitGridEdits");
-    if (tracksModel)
-        tracksModel->commitPendingRow();
-    if (loopsModel)
-        loopsModel->commitPendingRow();
+    if (m_library.tracksModel)
+        m_library.tracksModel->commitPendingRow();
+    if (m_library.loopsModel)
+        m_library.loopsModel->commitPendingRow();
 }
 
 void frmMain::initializeStateVariables() {
     FS_PROC(kModule, "Sub initializeStateVariables");
-    lastTypedTime = Timer() - 10;
-    if (!playState)
-        playState = new stateVariable(m_ui->CDControl, m_ui->WaveControl);
+    m_transport.lastTypedTime = Timer() - 10;
+    if (!m_playState)
+        m_playState = std::make_unique<stateVariable>(m_ui->CDControl, m_ui->WaveControl);
+    playState = m_playState.get();
     playState->setState(false);
     gvHighlightedTrack = 0;
-    currentView = 1;
+    m_transport.currentView = 1;
     dialogDirectory = appDir();
     gvRecordingSampleRate = 44100;
     gvPlayRequested = false;
@@ -339,7 +350,7 @@ void frmMain::getPrefs() {
 }
 
 void frmMain::tmrAfterFormLoad_Timer() {
-    if (gvExiting || !formLoaded)
+    if (gvExiting || !m_formLoaded)
         return;
     fs::trap(kModule, "Sub tmrAfterFormLoad_Timer", [this] {
         FS_PROC(kModule, "Sub tmrAfterFormLoad_Timer");
@@ -403,8 +414,8 @@ void frmMain::Form_Unload(bool& Cancel) {
     // What the grids still hold is written, and the library closed with its log folded in.
     fs::ignoreErrors([&] { commitGridEdits(); });
     library::closeConnection(QString::fromLatin1(library::kMainConnection));
-    loopPointBuffer.reset();
-    currentMMControl = nullptr;
+    m_loops.loopPointBuffer.reset();
+    m_transport.currentMMControl = nullptr;
     exitProgram(false);
 }
 
@@ -419,7 +430,7 @@ void frmMain::menuExit_Click() {
 QString frmMain::currentMode() const {
     if (gvInSlowPlay)
         return QStringLiteral("SlowPlay");
-    return cdView ? QStringLiteral("CD") : QStringLiteral("Wave");
+    return m_transport.cdView ? QStringLiteral("CD") : QStringLiteral("Wave");
 }
 
 void frmMain::changeToMode(const QString& theMode, bool suppressRefresh) {
@@ -452,35 +463,35 @@ void frmMain::changeToMode(const QString& theMode, bool suppressRefresh) {
 
 void frmMain::MMsuspend(const QString& theMode) {
     FS_PROC(kModule, "Sub MMsuspend", FS_ARG(theMode));
-    if (!currentMMControl)
-        currentMMControl = m_ui->CDControl;
-    currentMMControl->setUpdateInterval(0);
+    if (!m_transport.currentMMControl)
+        m_transport.currentMMControl = m_ui->CDControl;
+    m_transport.currentMMControl->setUpdateInterval(0);
     m_ui->WaveControl->setUpdateInterval(0);
     m_ui->CDControl->setUpdateInterval(0);
     m_ui->slowControl->setUpdateInterval(0);
     const bool toCD = theMode.compare(u"CD", Qt::CaseInsensitive) == 0;
-    if (!toCD || currentMMControl != m_ui->CDControl) {
-        currentMMControl->setWait(true);
-        currentMMControl->setCommand(QStringLiteral("Stop"));
+    if (!toCD || m_transport.currentMMControl != m_ui->CDControl) {
+        m_transport.currentMMControl->setWait(true);
+        m_transport.currentMMControl->setCommand(QStringLiteral("Stop"));
     }
 }
 
 void frmMain::MMgo() {
     FS_PROC(kModule, "Sub MMgo");
-    currentMMControl->setUpdateInterval(500);
-    currentMMControl->setVisible(!gvInSlowPlay);
-    currentMMControl->setEnabled(true);
-    if (currentMMControl->objectName() == u"CDControl")
+    m_transport.currentMMControl->setUpdateInterval(500);
+    m_transport.currentMMControl->setVisible(!gvInSlowPlay);
+    m_transport.currentMMControl->setEnabled(true);
+    if (m_transport.currentMMControl->objectName() == u"CDControl")
         m_ui->lblMMCtrl->setText(QStringLiteral("CD"));
-    else if (currentMMControl->objectName() == u"WaveControl")
+    else if (m_transport.currentMMControl->objectName() == u"WaveControl")
         m_ui->lblMMCtrl->setText(QStringLiteral("Wave"));
 }
 
 void frmMain::initCDview(bool suppressRefresh) {
     FS_PROC(kModule, "Sub initCDview", FS_ARG(suppressRefresh));
-    cdView = true;
-    currentMMControl->hide();
-    currentMMControl = m_ui->CDControl;
+    m_transport.cdView = true;
+    m_transport.currentMMControl->hide();
+    m_transport.currentMMControl = m_ui->CDControl;
     if (m_ui->CDControl->Mode() == MMControl::ModeNotOpen) {
         m_ui->CDControl->setWait(true);
         m_ui->CDControl->setCommand(QStringLiteral("Open"));
@@ -491,17 +502,17 @@ void frmMain::initCDview(bool suppressRefresh) {
 
 void frmMain::initSlowView() {
     FS_PROC(kModule, "Sub initSlowView");
-    currentMMControl->hide();
-    currentMMControl = m_ui->WaveControl;
+    m_transport.currentMMControl->hide();
+    m_transport.currentMMControl = m_ui->WaveControl;
     if (m_ui->slSlowPct_0->value() == 0) {
         // Set by code: this runs no transformation of its own.
-        sliderUpdating = true;
+        m_transform.sliderUpdating = true;
         m_ui->slSlowPct_0->setValue(50);
-        sliderUpdating = false;
+        m_transform.sliderUpdating = false;
     }
     m_ui->txtSlowPct_0->setText(QString::number(m_ui->slSlowPct_0->value()));
-    currentMMControl->setWait(true);
-    currentMMControl->setCommand(QStringLiteral("Close"));
+    m_transport.currentMMControl->setWait(true);
+    m_transport.currentMMControl->setCommand(QStringLiteral("Close"));
     m_ui->txtCurrentPosition->setText(QStringLiteral("00:00"));
 }
 
@@ -513,7 +524,7 @@ bool frmMain::initWaveView() {
         name.contains(u"temp.wav", Qt::CaseInsensitive) || name.isEmpty()) {
         wave->setWait(true);
         wave->setCommand(QStringLiteral("Close"));
-        wave->setFileName(savedWaveFile);
+        wave->setFileName(m_transport.savedWaveFile);
         wave->setWait(true);
         wave->setCommand(QStringLiteral("open"));
     }
@@ -524,9 +535,9 @@ bool frmMain::initWaveView() {
     }
     if (!doWaveDBThing())
         return false;
-    cdView = false;
-    currentMMControl->hide();
-    currentMMControl = wave;
+    m_transport.cdView = false;
+    m_transport.currentMMControl->hide();
+    m_transport.currentMMControl = wave;
     showLoopDetails();
     m_ui->sbTrackPos->setMaximum(checkedInt16(static_cast<qint64>(wave->Length() / 1000)));
     refreshDisplayForNewWave();
@@ -535,15 +546,15 @@ bool frmMain::initWaveView() {
 
 bool frmMain::saveCurrentStatus() {
     FS_PROC(kModule, "Function saveCurrentStatus");
-    savedWaveFile = m_ui->WaveControl->FileName();
-    savedView = currentView;
-    savedCdView = cdView;
-    if (dtaLoopPoints->isBOF() || dtaLoopPoints->isEOF()) {
+    m_transport.savedWaveFile = m_ui->WaveControl->FileName();
+    m_transport.savedView = m_transport.currentView;
+    m_transport.savedCdView = m_transport.cdView;
+    if (m_library.dtaLoopPoints->isBOF() || m_library.dtaLoopPoints->isEOF()) {
         Prompts::msgBox(QStringLiteral("There are no loop points created. Please make at least "
                                        "one loop point before continuing"));
         return false;
     }
-    prevStartTime = dtaLoopPoints->field(QStringLiteral("startTime")).toInt();
+    m_loops.prevStartTime = m_library.dtaLoopPoints->field(QStringLiteral("startTime")).toInt();
     return true;
 }
 
@@ -562,7 +573,7 @@ void frmMain::auxiliaryFormAdjust() {
 void frmMain::visibilityAndPositionAdjust() {
     FS_PROC(kModule, "Sub visibilityAndPositionAdjust");
     Ui::frmMain& u = *m_ui;
-    const bool showCD = currentView == 1 && cdView && !gvInSlowPlay;
+    const bool showCD = m_transport.currentView == 1 && m_transport.cdView && !gvInSlowPlay;
     // In SlowPlay the loop button moves up to where the CD strip stood; the layout keeps it
     // in the action row, which is already that place once the strips are hidden.
     if (!gvRealtime)
@@ -582,15 +593,15 @@ void frmMain::visibilityAndPositionAdjust() {
                                                       u.fraPitchControl, u.fraSlowdown, u.lblTrans,
                                                       u.lblTransformations, u.slowControl})
         w->setVisible(gvInSlowPlay);
-    u.lblTrackComments->setVisible(cdView);
-    setPanelVisible(QStringLiteral("pnlCDlength"), cdView && !gvInSlowPlay);
+    u.lblTrackComments->setVisible(m_transport.cdView);
+    setPanelVisible(QStringLiteral("pnlCDlength"), m_transport.cdView && !gvInSlowPlay);
     setPanelVisible(QStringLiteral("pnlTrackLength"), !gvInSlowPlay);
-    u.tgTracks->setVisible(cdView && !gvInSlowPlay);
+    u.tgTracks->setVisible(m_transport.cdView && !gvInSlowPlay);
 }
 
 void frmMain::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
-    if (event->type() == QEvent::WindowStateChange && formLoaded && !gvExiting)
+    if (event->type() == QEvent::WindowStateChange && m_formLoaded && !gvExiting)
         fs::trap(kModule, "Sub Form_Resize", [this] { Form_Resize(); });
 }
 
@@ -608,7 +619,8 @@ void frmMain::Form_Resize() {
 
 bool frmMain::playing() {
     FS_PROC(kModule, "Function playing");
-    return currentMMControl && currentMMControl->Mode() == MMControl::ModePlaying;
+    return m_transport.currentMMControl &&
+           m_transport.currentMMControl->Mode() == MMControl::ModePlaying;
 }
 
 void frmMain::togglePlayState() {
@@ -616,15 +628,15 @@ void frmMain::togglePlayState() {
     if (playing() || playState->isArmed()) {
         if (playState->isArmed())
             playState->setState(false);
-        currentMMControl->setWait(true);
-        currentMMControl->setCommand(QStringLiteral("Stop"));
-        currentMMControl->setUpdateInterval(0);
+        m_transport.currentMMControl->setWait(true);
+        m_transport.currentMMControl->setCommand(QStringLiteral("Stop"));
+        m_transport.currentMMControl->setUpdateInterval(0);
     } else {
         if (gvInSlowPlay)
             playState->setState(true);
-        currentMMControl->setWait(false);
-        currentMMControl->setCommand(QStringLiteral("Play"));
-        currentMMControl->setUpdateInterval(500);
+        m_transport.currentMMControl->setWait(false);
+        m_transport.currentMMControl->setCommand(QStringLiteral("Play"));
+        m_transport.currentMMControl->setUpdateInterval(500);
         gvPlayRequested = true;
     }
 }
@@ -634,13 +646,13 @@ void frmMain::togglePlayState() {
 
 void frmMain::tmsf() {
     FS_PROC(kModule, "Sub tmsf");
-    currentMMControl->setWait(true);
-    currentMMControl->setTimeFormat(MMControl::TimeFormatTmsf);
+    m_transport.currentMMControl->setWait(true);
+    m_transport.currentMMControl->setTimeFormat(MMControl::TimeFormatTmsf);
 }
 
 void frmMain::ms() {
     FS_PROC(kModule, "Sub ms");
-    fs::ignoreErrors([&] { currentMMControl->setTimeFormat(MMControl::TimeFormatMs); });
+    fs::ignoreErrors([&] { m_transport.currentMMControl->setTimeFormat(MMControl::TimeFormatMs); });
 }
 
 qint32 frmMain::trackLengthMs(qint16 trk) {
@@ -663,7 +675,7 @@ void frmMain::mnuChooseView_Click(int Index) {
     FS_PROC(kModule, "Sub mnuChooseView_Click", FS_ARG(Index));
     // Placeholder: the views work lays out the grids for "Normal", "Loop Detail" and
     // "Big Lyrics"; choosing any view goes to the disc.
-    currentView = Index;
+    m_transport.currentView = Index;
     changeToMode(QStringLiteral("CD"));
 }
 
@@ -675,16 +687,17 @@ void frmMain::mnuWaveView_Click() {
 void frmMain::cmdPrevView_Click() {
     FS_PROC(kModule, "Sub cmdPrevView_Click");
     stopDLL();
-    if (savedCdView)
-        mnuChooseView_Click(savedView);
+    if (m_transport.savedCdView)
+        mnuChooseView_Click(m_transport.savedView);
     else
         changeToMode(QStringLiteral("Wave"));
     // The loop that was transformed is the current one again.
-    library::findLoopStartingAt(*dtaLoopPoints, prevStartTime);
-    if (loopsModel)
-        loopsModel->reload();
-    if (!dtaLoopPoints->NoMatch() && !dtaLoopPoints->isEOF())
-        m_ui->loopPoints->setCurrentIndex(loopsModel->index(dtaLoopPoints->AbsolutePosition(), 0));
+    library::findLoopStartingAt(*m_library.dtaLoopPoints, m_loops.prevStartTime);
+    if (m_library.loopsModel)
+        m_library.loopsModel->reload();
+    if (!m_library.dtaLoopPoints->NoMatch() && !m_library.dtaLoopPoints->isEOF())
+        m_ui->loopPoints->setCurrentIndex(
+            m_library.loopsModel->index(m_library.dtaLoopPoints->AbsolutePosition(), 0));
     if (QWidget* trim = findLoadedForm(QStringLiteral("frmTrim")))
         unloadForm(trim);
 }
@@ -721,9 +734,9 @@ void frmMain::checkCDPresent() {
     setPanelVisible(QStringLiteral("pnlCDlength"), false);
     hideCDfields();
     m_ui->CDTitle->setText(QStringLiteral("No CD In Drive"));
-    if (CDs && !CDs->isEOF() && !CDs->isBOF() &&
-        CDs->field(QStringLiteral("cdLen")).toLongLong() != 0) {
-        library::findEmptyDriveRecord(*CDs);
+    if (m_library.CDs && !m_library.CDs->isEOF() && !m_library.CDs->isBOF() &&
+        m_library.CDs->field(QStringLiteral("cdLen")).toLongLong() != 0) {
+        library::findEmptyDriveRecord(*m_library.CDs);
         showDiscRows();
     }
 }

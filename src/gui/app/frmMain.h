@@ -8,13 +8,19 @@
 #include <memory>
 #include <optional>
 
+class KeyPreview;
+class LoopMarking;
 class MMControl;
-class QLabel;
 class QAction;
 class QDateTime;
+class QLabel;
+class QMenu;
+class QSlider;
 class Recordset;
 class RecordsetModel;
+class TrimHost;
 class loopPoints;
+class stateVariable;
 
 namespace Ui {
 class frmMain;
@@ -182,6 +188,8 @@ public:
     void saveCurrentPct();
     void saveCurrentPitchChange();
     double calcPitchFactor();
+    // The ratio of frequencies a change of so many cents makes.
+    static double pitchFactorOf(qint16 cents);
     void pitchChangeTextFieldsFill();
     void changeTransformParameters();
     void completetxtSlowPctEntry(int Index);
@@ -229,56 +237,93 @@ public:
 
     Ui::frmMain* ui() const { return m_ui.get(); }
 
-    // The data controls.
-    Recordset* CDs = nullptr;
-    Recordset* dtaTracks = nullptr;
-    Recordset* dtaLoopPoints = nullptr;
-    Recordset* WAVs = nullptr;
-    RecordsetModel* tracksModel = nullptr;
-    RecordsetModel* loopsModel = nullptr;
+    // --- State, owned by subsystem ------------------------------------------------------
+    // Each group is written only by the procedures of its subsystem (the file named beside
+    // it); everyone else reads it through the accessor below, and the windows beside the main
+    // window act through the narrow interfaces they are given (LoopMarking, TrimHost).
 
-    // Form state.
-    QPointer<MMControl> currentMMControl;
-    // The marks of live loop marking; empty except while "Make Loop Points" is open.
-    std::unique_ptr<loopPoints> loopPointBuffer;
-    // The loop now in force, milliseconds.
-    qint32 inPt = 0;
-    qint32 outPt = 0;
-    // Where the trim sliders and the graph's markers stood, as parts of the sound's length,
-    // across a change of speed.
-    float trimStartFraction = 0;
-    float trimEndFraction = 0;
-    float graphStartFraction = 0;
-    float graphEndFraction = 0;
-    // Speed in percent of the original, pitch change in cents.
-    qint16 slowDownPercent = 50;
-    qint16 pitchChange = 0;
-    // Code is setting the speed and pitch sliders / the mouse is down on one.
-    bool sliderUpdating = false;
-    bool sliderDragging = false;
-    // The speed factor of the last finished start of the engine.
-    double lastFactor = 0;
-    // Channel count of the scratch file "temp.wav", and the ratio between positions in the
-    // graph and in the file.
-    qint16 tempWavChannels = 0;
-    float expFactor = 1;
-    // 200 ms after the engine's end: opens the result and loops it. Its tag says whether
-    // the next end is wanted ("LOOP") or not ("STOP").
-    QTimer tmrLoopDLL;
-    QString tmrLoopDLLTag;
-    // Gives the speed and pitch sliders back to the mouse 300 ms after a release.
-    QTimer tmrSliderFreedom;
-    bool cdView = true;
-    qint32 currentView = 1;
-    qint32 savedView = 1;
-    QString savedWaveFile;
-    bool savedCdView = true;
-    qint32 prevStartTime = 0;
-    bool formLoaded = false;
-    QString externBinPath;
-    double lastTypedTime = 0;
-    bool scrollDragging = false;
-    QTimer tmrAfterFormLoad;
+    // The data controls (app/frmMain.cpp opens them, library/ works them). Owned by the
+    // window through Qt's parent.
+    struct LibraryState {
+        Recordset* CDs = nullptr;
+        Recordset* dtaTracks = nullptr;
+        Recordset* dtaLoopPoints = nullptr;
+        Recordset* WAVs = nullptr;
+        RecordsetModel* tracksModel = nullptr;
+        RecordsetModel* loopsModel = nullptr;
+    };
+    // The modes and the play position (app/frmMain.cpp, transport/).
+    struct TransportState {
+        QPointer<MMControl> currentMMControl;
+        bool cdView = true;
+        qint32 currentView = 1;
+        // The way back from SlowPlay.
+        qint32 savedView = 1;
+        QString savedWaveFile;
+        bool savedCdView = true;
+        // When the last time digit was typed (Timer()), for the typed jump.
+        double lastTypedTime = 0;
+        bool scrollDragging = false;
+    };
+    // The loop in force and live marking (loops/).
+    struct LoopState {
+        // The marks of live loop marking; empty except while "Make Loop Points" is open.
+        std::unique_ptr<loopPoints> loopPointBuffer;
+        // The loop now in force, milliseconds.
+        qint32 inPt = 0;
+        qint32 outPt = 0;
+        // Where the trim sliders stood, as parts of the sound's length, across a change of
+        // speed.
+        float trimStartFraction = 0;
+        float trimEndFraction = 0;
+        qint32 prevStartTime = 0;
+    };
+    // Speed, pitch and the engine (transform/).
+    struct TransformState {
+        // Speed in percent of the original, pitch change in cents.
+        qint16 slowDownPercent = 50;
+        qint16 pitchChange = 0;
+        // Code is setting the speed and pitch sliders / the mouse is down on one.
+        bool sliderUpdating = false;
+        bool sliderDragging = false;
+        // The speed factor of the last finished start of the engine.
+        double lastFactor = 0;
+        // Channel count of the scratch file "temp.wav", and the ratio between positions in
+        // the graph and in the file.
+        qint16 tempWavChannels = 0;
+        float expFactor = 1;
+        // 200 ms after the engine's end: opens the result and loops it. Its tag says whether
+        // the next end is wanted ("LOOP") or not ("STOP").
+        QTimer tmrLoopDLL;
+        QString tmrLoopDLLTag;
+        // Gives the speed and pitch sliders back to the mouse 300 ms after a release.
+        QTimer tmrSliderFreedom;
+        // The speed or pitch slider that had the keyboard focus when it let go of the mouse.
+        QPointer<QSlider> sliderWithFocus;
+        QString externBinPath;
+        // The number of the engine job whose end is wanted; any other job's end is stale.
+        // Written on the UI thread, read by the engine's callback thread.
+        std::atomic<int> engineJob{0};
+        // What the wanted job ended with: 0 done, anything above 1 a failure (a full disk).
+        int engineResult = 0;
+    };
+    // Where the graph's markers stood, as parts of the sound's length, across a change of
+    // speed (the wave graph's own procedures arrive with it).
+    struct GraphState {
+        float graphStartFraction = 0;
+        float graphEndFraction = 0;
+    };
+
+    const LibraryState& library() const { return m_library; }
+    const TransportState& transport() const { return m_transport; }
+    const LoopState& loops() const { return m_loops; }
+    const TransformState& transform() const { return m_transform; }
+    const GraphState& graph() const { return m_graph; }
+    bool formLoaded() const { return m_formLoaded; }
+
+    // What the marking and trim windows may do to the main window.
+    LoopMarking* loopMarking() const { return m_loopMarking.get(); }
+    TrimHost* trimHost() const { return m_trimHost.get(); }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -286,6 +331,9 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    friend class MainLoopMarking;
+    friend class MainTrimHost;
+
     void buildStatusBar();
     bool openLibrary();
     void connectMenus();
@@ -295,17 +343,25 @@ private:
     void connectKeyboard();
     // On the UI thread, for the engine's end of job number job.
     void slowPlayCallbackArrived(int job, int jobResult);
-    // The number of the engine job whose end is wanted; any other job's end is stale.
-    std::atomic<int> m_engineJob{0};
-    // What the wanted job ended with: 0 done, anything above 1 a failure (a full disk).
-    int m_engineResult = 0;
-    QString dialogDirectory;
-    class QMenu* m_trackGridPopup = nullptr;
-    class KeyPreview* m_keyPreview = nullptr;
-    // The speed or pitch slider that had the keyboard focus when it let go of the mouse.
-    QPointer<class QSlider> m_sliderWithFocus;
-    std::unique_ptr<Ui::frmMain> m_ui;
+
+    LibraryState m_library;
+    TransportState m_transport;
+    LoopState m_loops;
+    TransformState m_transform;
+    GraphState m_graph;
+
+    // Start-up and the window's own.
+    bool m_formLoaded = false;
     bool m_unloading = false;
+    QTimer tmrAfterFormLoad;
+    QString dialogDirectory;
+    QMenu* m_trackGridPopup = nullptr;
+    KeyPreview* m_keyPreview = nullptr;
+    // Whether a loop is armed; playState points at it while the window lives.
+    std::unique_ptr<stateVariable> m_playState;
+    std::unique_ptr<LoopMarking> m_loopMarking;
+    std::unique_ptr<TrimHost> m_trimHost;
+    std::unique_ptr<Ui::frmMain> m_ui;
 };
 
 // The timer value of the run time: seconds since midnight, with fractions.

@@ -69,15 +69,15 @@ void frmMain::connectGrids() {
     connect(
         loops->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
         fs::trapped(kModule, "Sub loopPoints_RowColChange", [this] { loopPoints_RowColChange(); }));
-    connect(dtaTracks, &Recordset::Reposition, this,
+    connect(m_library.dtaTracks, &Recordset::Reposition, this,
             fs::trapped(kModule, "Sub dtaTracks_Reposition", [this] { dtaTracks_Reposition(); }));
-    connect(dtaLoopPoints, &Recordset::Reposition, this,
+    connect(m_library.dtaLoopPoints, &Recordset::Reposition, this,
             fs::trapped(kModule, "Sub dtaLoopPoints_Reposition",
                         [this] { dtaLoopPoints_Reposition(); }));
-    connect(dtaTracks, &Recordset::Error, this, [this](int DataErr, int& Response) {
+    connect(m_library.dtaTracks, &Recordset::Error, this, [this](int DataErr, int& Response) {
         fs::trap(kModule, "Sub dtaTracks_Error", [&] { dtaTracks_Error(DataErr, Response); });
     });
-    connect(dtaLoopPoints, &Recordset::Error, this, [this](int DataErr, int& Response) {
+    connect(m_library.dtaLoopPoints, &Recordset::Error, this, [this](int DataErr, int& Response) {
         fs::trap(kModule, "Sub dtaLoopPoints_Error",
                  [&] { dtaLoopPoints_Error(DataErr, Response); });
     });
@@ -111,7 +111,7 @@ void frmMain::tgTracks_BeforeColEdit(int ColIndex, int KeyAscii, bool& Cancel) {
 
 void frmMain::tgTracks_Click() {
     FS_PROC(kModule, "Sub tgTracks_Click");
-    lastTypedTime = Timer();
+    m_transport.lastTypedTime = Timer();
 }
 
 void frmMain::tgTracks_DblClick() {
@@ -144,16 +144,16 @@ void frmMain::tgTracks_RowColChange() {
 
 void frmMain::dtaTracks_Reposition() {
     FS_PROC(kModule, "Sub dtaTracks_Reposition");
-    if (dtaTracks->isBOF() || dtaTracks->isEOF())
+    if (m_library.dtaTracks->isBOF() || m_library.dtaTracks->isEOF())
         return;
     m_ui->lblTrackComments->setText(
         QStringLiteral("Track ") +
-        dtaTracks->field(QStringLiteral("TrackNum")).toString().trimmed() +
+        m_library.dtaTracks->field(QStringLiteral("TrackNum")).toString().trimmed() +
         QStringLiteral(" Comments"));
     fs::ignoreErrors([&] {
         setPanelText(QStringLiteral("pnlTrackLength"),
                      trackLengthMMSS(static_cast<qint16>(
-                         dtaTracks->field(QStringLiteral("TrackNum")).toInt())));
+                         m_library.dtaTracks->field(QStringLiteral("TrackNum")).toInt())));
     });
 }
 
@@ -178,9 +178,9 @@ void frmMain::setMnuTrackGripPopupState() {
         return;
     auto* open = m_trackGridPopup->findChild<QAction*>(QStringLiteral("mnuOpenNotationFile"));
     auto* change = m_trackGridPopup->findChild<QAction*>(QStringLiteral("mnuChangeNotationFile"));
-    const QVariant notation = dtaTracks->isBOF() || dtaTracks->isEOF()
+    const QVariant notation = m_library.dtaTracks->isBOF() || m_library.dtaTracks->isEOF()
                                   ? QVariant()
-                                  : dtaTracks->field(QStringLiteral("Notation"));
+                                  : m_library.dtaTracks->field(QStringLiteral("Notation"));
     if (notation.isNull()) {
         change->setEnabled(false);
         open->setText(QStringLiteral("Open notation/sequencer file"));
@@ -193,7 +193,7 @@ void frmMain::setMnuTrackGripPopupState() {
 bool frmMain::trackHighlighting() {
     FS_PROC(kModule, "Function trackHighlighting");
     // For ten seconds after the last typing the music doesn't pull the row away.
-    return Timer() - lastTypedTime > 10;
+    return Timer() - m_transport.lastTypedTime > 10;
 }
 
 void frmMain::highlightTrackInGrid(qint16 track) {
@@ -201,7 +201,7 @@ void frmMain::highlightTrackInGrid(qint16 track) {
     gvHighlightedTrack = track;
     if (track == 0 || suppressTrackHighlight || !trackHighlighting())
         return;
-    auto clone = dtaTracks->Clone();
+    auto clone = m_library.dtaTracks->Clone();
     library::findTrack(*clone, track);
     if (clone->NoMatch())
         return;
@@ -243,20 +243,20 @@ void frmMain::loopPoints_keyup(int KeyCode, int Shift) {
     // While a cell is edited Delete deletes a character.
     if (grid->EditActive() || KeyCode != 46)
         return;
-    if (dtaLoopPoints->isBOF() || dtaLoopPoints->isEOF())
+    if (m_library.dtaLoopPoints->isBOF() || m_library.dtaLoopPoints->isEOF())
         return;
     const bool ctrl = (Shift & 2) != 0;
     if (!ctrl && Prompts::msgBox(QStringLiteral("Are you sure want to delete this loop point?"),
                                  vb::vbYesNo) != vb::vbYes)
         return;
-    loopsModel->commitPendingRow();
-    const int row = dtaLoopPoints->AbsolutePosition();
-    dtaLoopPoints->Delete();
-    dtaLoopPoints->Requery();
-    loopsModel->reload();
-    if (dtaLoopPoints->RecordCount() > 0)
-        grid->setCurrentIndex(
-            loopsModel->index(std::min(row, dtaLoopPoints->RecordCount() - 1), 0));
+    m_library.loopsModel->commitPendingRow();
+    const int row = m_library.dtaLoopPoints->AbsolutePosition();
+    m_library.dtaLoopPoints->Delete();
+    m_library.dtaLoopPoints->Requery();
+    m_library.loopsModel->reload();
+    if (m_library.dtaLoopPoints->RecordCount() > 0)
+        grid->setCurrentIndex(m_library.loopsModel->index(
+            std::min(row, m_library.dtaLoopPoints->RecordCount() - 1), 0));
     cmdSlowPlayAdjust();
 }
 
@@ -268,28 +268,29 @@ void frmMain::LoopPoints_MouseUp(int Button) {
 
 void frmMain::loopPoints_RowColChange() {
     FS_PROC(kModule, "Sub loopPoints_RowColChange");
-    if (dtaLoopPoints->isEOF() || dtaLoopPoints->isBOF() || !cdView)
+    if (m_library.dtaLoopPoints->isEOF() || m_library.dtaLoopPoints->isBOF() || !m_transport.cdView)
         return;
-    if (CDs->isEOF() || CDs->isBOF())
+    if (m_library.CDs->isEOF() || m_library.CDs->isBOF())
         return;
-    CDs->Edit();
-    CDs->setField(QStringLiteral("lastLoopSelected"),
-                  dtaLoopPoints->field(QStringLiteral("startTime")));
-    CDs->Update();
+    m_library.CDs->Edit();
+    m_library.CDs->setField(QStringLiteral("lastLoopSelected"),
+                            m_library.dtaLoopPoints->field(QStringLiteral("startTime")));
+    m_library.CDs->Update();
 }
 
 void frmMain::dtaLoopPoints_Reposition() {
     FS_PROC(kModule, "Sub dtaLoopPoints_Reposition");
     bool failed = false;
     try {
-        if (dtaLoopPoints->isBOF() || dtaLoopPoints->isEOF() ||
-            dtaLoopPoints->isNull(QStringLiteral("endTime")))
+        if (m_library.dtaLoopPoints->isBOF() || m_library.dtaLoopPoints->isEOF() ||
+            m_library.dtaLoopPoints->isNull(QStringLiteral("endTime")))
             failed = true;
         else
-            setPanelText(QStringLiteral("pnlLoopLength"),
-                         QStringLiteral("Loop Length: ") +
-                             mmss(dtaLoopPoints->field(QStringLiteral("endTime")).toInt() -
-                                  dtaLoopPoints->field(QStringLiteral("startTime")).toInt()));
+            setPanelText(
+                QStringLiteral("pnlLoopLength"),
+                QStringLiteral("Loop Length: ") +
+                    mmss(m_library.dtaLoopPoints->field(QStringLiteral("endTime")).toInt() -
+                         m_library.dtaLoopPoints->field(QStringLiteral("startTime")).toInt()));
     } catch (const AppError&) {
         failed = true;
     }
@@ -310,12 +311,12 @@ void frmMain::dtaLoopPoints_Error(int DataErr, int& Response) {
 void frmMain::highlightLoopPoint() {
     FS_PROC(kModule, "Sub highlightLoopPoint");
     DataGrid* grid = m_ui->loopPoints;
-    if (grid->EditActive() || dtaLoopPoints->RecordCount() == 0)
+    if (grid->EditActive() || m_library.dtaLoopPoints->RecordCount() == 0)
         return;
     ms();
     // The row to show is the last loop that has begun.
-    auto clone = dtaLoopPoints->Clone();
-    library::findFirstLoopStartingFrom(*clone, currentMMControl->Position());
+    auto clone = m_library.dtaLoopPoints->Clone();
+    library::findFirstLoopStartingFrom(*clone, m_transport.currentMMControl->Position());
     if (clone->NoMatch())
         clone->MoveLast();
     else if (clone->AbsolutePosition() > 0)

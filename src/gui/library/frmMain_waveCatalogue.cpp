@@ -28,8 +28,8 @@ const QString kWaveFilter = QStringLiteral("Wave files (*.wav *.WAV);;All files 
 
 void frmMain::mnuFileOpen_Click() {
     FS_PROC(kModule, "Sub mnuFileOpen_Click");
-    if (currentMMControl)
-        currentMMControl->setCommand(QStringLiteral("Stop"));
+    if (m_transport.currentMMControl)
+        m_transport.currentMMControl->setCommand(QStringLiteral("Stop"));
     // The dialog insists on a file that exists and hides the read-only box.
     QString name =
         Dialogs::getOpenFileName(this, QStringLiteral("Open"), dialogDirectory, kWaveFilter);
@@ -110,9 +110,9 @@ bool frmMain::selectWave(const QString& FileName, qint64 fileLength, const QDate
     QString path, name;
     parsePath(FileName, path, name);
     // Length and date go along but take no part: a file edited in place keeps its loops.
-    library::findWaveFile(*WAVs, name, path);
+    library::findWaveFile(*m_library.WAVs, name, path);
     QApplication::restoreOverrideCursor();
-    return WAVs->NoMatch();
+    return m_library.WAVs->NoMatch();
 }
 
 void frmMain::addWave() {
@@ -123,47 +123,49 @@ void frmMain::addWave() {
 void frmMain::addWaveDB() {
     FS_PROC(kModule, "Sub addWaveDB");
     MMControl* w = m_ui->WaveControl;
-    WAVs->AddNew();
+    m_library.WAVs->AddNew();
     QString path, name;
     parsePath(w->FileName(), path, name);
-    WAVs->setField(QStringLiteral("waveFilePath"), path);
-    WAVs->setField(QStringLiteral("waveFileName"), name);
-    WAVs->setField(QStringLiteral("waveDataLength"), w->Length());
-    WAVs->setField(QStringLiteral("waveFileModDate"), QFileInfo(w->FileName()).lastModified());
-    WAVs->Update();
-    WAVs->setBookmark(WAVs->LastModified());
+    m_library.WAVs->setField(QStringLiteral("waveFilePath"), path);
+    m_library.WAVs->setField(QStringLiteral("waveFileName"), name);
+    m_library.WAVs->setField(QStringLiteral("waveDataLength"), w->Length());
+    m_library.WAVs->setField(QStringLiteral("waveFileModDate"),
+                             QFileInfo(w->FileName()).lastModified());
+    m_library.WAVs->Update();
+    m_library.WAVs->setBookmark(m_library.WAVs->LastModified());
     addWaveLoop();
     refreshDisplayForNewWave();
 }
 
 void frmMain::addWaveLoop() {
     FS_PROC(kModule, "Sub addWaveLoop");
-    const QVariant id = WAVs->field(QStringLiteral("waveFileID"));
-    library::selectWaveLoops(*dtaLoopPoints, id);
-    dtaLoopPoints->Requery();
-    dtaLoopPoints->AddNew();
-    dtaLoopPoints->setField(QStringLiteral("waveFileID"), id);
+    const QVariant id = m_library.WAVs->field(QStringLiteral("waveFileID"));
+    library::selectWaveLoops(*m_library.dtaLoopPoints, id);
+    m_library.dtaLoopPoints->Requery();
+    m_library.dtaLoopPoints->AddNew();
+    m_library.dtaLoopPoints->setField(QStringLiteral("waveFileID"), id);
     // One millisecond, not 0: a remembered loop start of 0 means "none".
-    dtaLoopPoints->setField(QStringLiteral("startTime"), 1);
+    m_library.dtaLoopPoints->setField(QStringLiteral("startTime"), 1);
     ms();
-    dtaLoopPoints->setField(QStringLiteral("endTime"), m_ui->WaveControl->Length());
-    dtaLoopPoints->setField(QStringLiteral("Comment"), QStringLiteral("Entire file in this loop"));
-    dtaLoopPoints->Update();
+    m_library.dtaLoopPoints->setField(QStringLiteral("endTime"), m_ui->WaveControl->Length());
+    m_library.dtaLoopPoints->setField(QStringLiteral("Comment"),
+                                      QStringLiteral("Entire file in this loop"));
+    m_library.dtaLoopPoints->Update();
 }
 
 void frmMain::refreshDisplayForNewWave() {
     FS_PROC(kModule, "Sub refreshDisplayForNewWave");
-    if (WAVs->isBOF() || WAVs->isEOF())
+    if (m_library.WAVs->isBOF() || m_library.WAVs->isEOF())
         return;
     MMControl* w = m_ui->WaveControl;
-    const QVariant id = WAVs->field(QStringLiteral("waveFileID"));
+    const QVariant id = m_library.WAVs->field(QStringLiteral("waveFileID"));
     // What the loops grid holds for its row is written before the rows are read again.
     fs::ignoreErrors([&] { commitGridEdits(); });
     bool sourceFailed = false;
     fs::ignoreErrors([&] {
-        if (!library::holdsWaveLoopsOf(*dtaLoopPoints, id)) {
+        if (!library::holdsWaveLoopsOf(*m_library.dtaLoopPoints, id)) {
             try {
-                library::selectWaveLoops(*dtaLoopPoints, id);
+                library::selectWaveLoops(*m_library.dtaLoopPoints, id);
             } catch (const AppError&) {
                 sourceFailed = true;
                 throw;
@@ -174,20 +176,20 @@ void frmMain::refreshDisplayForNewWave() {
         return;
     fs::ignoreErrors([&] {
         try {
-            dtaLoopPoints->Refresh();
+            m_library.dtaLoopPoints->Refresh();
         } catch (const AppError&) {
-            dtaLoopPoints->Requery();
+            m_library.dtaLoopPoints->Requery();
         }
     });
     qint32 count = 0;
-    fs::ignoreErrors([&] { dtaLoopPoints->MoveLast(); });
-    fs::ignoreErrors([&] { count = dtaLoopPoints->RecordCount(); });
+    fs::ignoreErrors([&] { m_library.dtaLoopPoints->MoveLast(); });
+    fs::ignoreErrors([&] { count = m_library.dtaLoopPoints->RecordCount(); });
     // A file whose loops were all deleted gets the whole-file loop again.
     fs::ignoreErrors([&] {
         if (count == 0)
             addWaveLoop();
     });
-    fs::ignoreErrors([&] { dtaLoopPoints->MoveFirst(); });
+    fs::ignoreErrors([&] { m_library.dtaLoopPoints->MoveFirst(); });
     fs::ignoreErrors([&] { setWindowTitle(QStringLiteral("Cantavox: ") + w->FileName()); });
     fs::ignoreErrors([&] { tmsf(); });
     fs::ignoreErrors([&] { w->setTimeFormat(MMControl::TimeFormatMs); });
@@ -196,7 +198,7 @@ void frmMain::refreshDisplayForNewWave() {
                      QStringLiteral("CD Length: ") + mmss(w->Length()));
     });
     // The grid reads the rows live but must be told that they are other rows now.
-    if (loopsModel)
-        loopsModel->reload();
+    if (m_library.loopsModel)
+        m_library.loopsModel->reload();
     cmdSlowPlayAdjust();
 }

@@ -48,28 +48,28 @@ bool frmMain::insertNewLoopPoint() {
     FS_PROC(kModule, "Function insertNewLoopPoint");
     ms();
     if (!playing()) {
-        currentMMControl->setWait(false);
-        currentMMControl->setCommand(QStringLiteral("Play"));
+        m_transport.currentMMControl->setWait(false);
+        m_transport.currentMMControl->setCommand(QStringLiteral("Play"));
     }
     QString position;
-    if (currentMMControl == m_ui->CDControl) {
+    if (m_transport.currentMMControl == m_ui->CDControl) {
         // Without a disc playing there is nothing to mark (and nothing would ever pass the
         // first 100 ms below).
-        if (currentMMControl->Mode() != MMControl::ModePlaying)
+        if (m_transport.currentMMControl->Mode() != MMControl::ModePlaying)
             return false;
         // A disc reports a position near 0 for a moment after play starts; no mark on a
         // disc may lie there. Ten seconds without a later position means the drive isn't
         // moving, and the mark is taken where it stands.
         for (int tries = 0; tries < 50; ++tries) {
-            position = QString::number(currentMMControl->Position());
+            position = QString::number(m_transport.currentMMControl->Position());
             Pause(0.2f);
             if (vbVal(position) > 100)
                 break;
         }
     } else {
-        position = QString::number(currentMMControl->Position());
+        position = QString::number(m_transport.currentMMControl->Position());
         // The mark is described by the position display's text: it must show this position.
-        if (!cdView && !gvInSlowPlay)
+        if (!m_transport.cdView && !gvInSlowPlay)
             m_ui->txtCurrentPosition->setText(mmss(static_cast<qint32>(vbVal(position))));
     }
     fastInsert(static_cast<qint32>(vbVal(position)));
@@ -79,8 +79,8 @@ bool frmMain::insertNewLoopPoint() {
     const bool wasLooping = playState->isArmed() && playing();
     playState->setState(false);
     if (wasLooping) {
-        currentMMControl->setWait(false);
-        currentMMControl->setCommand(QStringLiteral("Play"));
+        m_transport.currentMMControl->setWait(false);
+        m_transport.currentMMControl->setCommand(QStringLiteral("Play"));
     }
     return true;
 }
@@ -89,21 +89,22 @@ void frmMain::fastInsert(qint32 pos) {
     FS_PROC(kModule, "Sub fastInsert", FS_ARG(pos));
     // Seven digits at least; a longer position keeps all of its digits.
     const QString key = QStringLiteral("%1").arg(pos, 7, 10, QLatin1Char('0'));
-    loopPointBuffer->Add(key, key, m_ui->txtCurrentPosition->text(), QString());
+    m_loops.loopPointBuffer->Add(key, key, m_ui->txtCurrentPosition->text(), QString());
 }
 
 void frmMain::insertLoopPt(const QString& startTimeMs, const QString& startTimeTTMMSS,
                            qint32 endtimeMs) {
     FS_PROC(kModule, "Sub insertLoopPt", FS_ARG(startTimeMs), FS_ARG(startTimeTTMMSS),
             FS_ARG(endtimeMs));
-    Recordset* rs = dtaLoopPoints;
+    Recordset* rs = m_library.dtaLoopPoints;
     rs->AddNew();
-    if (cdView) {
-        rs->setField(QStringLiteral("CDid"), CDs->field(QStringLiteral("CDid")));
+    if (m_transport.cdView) {
+        rs->setField(QStringLiteral("CDid"), m_library.CDs->field(QStringLiteral("CDid")));
         rs->setField(QStringLiteral("TrackNum"),
                      static_cast<qint32>(vbVal(startTimeTTMMSS.left(2))));
     } else {
-        rs->setField(QStringLiteral("waveFileID"), WAVs->field(QStringLiteral("waveFileID")));
+        rs->setField(QStringLiteral("waveFileID"),
+                     m_library.WAVs->field(QStringLiteral("waveFileID")));
     }
     rs->setField(QStringLiteral("startTime"), static_cast<qint32>(vbVal(startTimeMs)));
     // The position text describes the loop until the musician writes something better.
@@ -129,7 +130,7 @@ bool frmMain::calcInAndOutPoints(qint32& in1, qint32& out1) {
         out1 = trim->slStart(1)->value();
         return false;
     }
-    Recordset* rs = dtaLoopPoints;
+    Recordset* rs = m_library.dtaLoopPoints;
     const QString startText = fieldText(rs, QStringLiteral("startTime"));
     if (!startText.isEmpty()) {
         // Of two loops with the same start the first in order always wins.
@@ -142,7 +143,8 @@ bool frmMain::calcInAndOutPoints(qint32& in1, qint32& out1) {
             double end = 0;
             if (rs->isEOF()) {
                 ms();
-                end = std::min<double>(currentMMControl->Length(), vbVal(startText) + 5000.0);
+                end = std::min<double>(m_transport.currentMMControl->Length(),
+                                       vbVal(startText) + 5000.0);
             } else {
                 end = rs->field(QStringLiteral("startTime")).toDouble();
             }
@@ -154,7 +156,7 @@ bool frmMain::calcInAndOutPoints(qint32& in1, qint32& out1) {
     }
     QString endText = fieldText(rs, QStringLiteral("endTime"));
     if (endText.isEmpty())
-        endText = QString::number(currentMMControl->Length());
+        endText = QString::number(m_transport.currentMMControl->Length());
     if (startText.isEmpty() || vbVal(endText) < vbVal(startText)) {
         Prompts::msgBox(QStringLiteral("Sorry, there's a loop problem. Endpoints are wrong."));
         return true;
@@ -173,22 +175,22 @@ void frmMain::playLoop(bool recalcInAndOutPoints, std::optional<qint32> myInPt,
     FS_PROC(kModule, "Sub playLoop", FS_ARG(recalcInAndOutPoints));
     stage("stage PL1");
     gvPlayRequested = false;
-    if (recalcInAndOutPoints && calcInAndOutPoints(inPt, outPt)) {
+    if (recalcInAndOutPoints && calcInAndOutPoints(m_loops.inPt, m_loops.outPt)) {
         playState->setState(false);
         return;
     }
     ms();
     stage("stage PL2");
-    MMControl* source = currentMMControl;
+    MMControl* source = m_transport.currentMMControl;
     if (myInPt)
-        inPt = *myInPt;
+        m_loops.inPt = *myInPt;
     // A trim slider may reach below 0 near the start of the sound; the loop starts there.
-    if (inPt < 0)
-        inPt = 0;
-    source->setFrom(inPt);
+    if (m_loops.inPt < 0)
+        m_loops.inPt = 0;
+    source->setFrom(m_loops.inPt);
     if (myOutPt)
-        outPt = *myOutPt;
-    source->setTo(outPt);
+        m_loops.outPt = *myOutPt;
+    source->setTo(m_loops.outPt);
     stage("stage PL2b");
 
     if (!gvRecordingLoop) {
@@ -200,10 +202,11 @@ void frmMain::playLoop(bool recalcInAndOutPoints, std::optional<qint32> myInPt,
         // An out point the device refuses is pulled back until it plays: by a hundred
         // seconds a try, as far as the end of the medium when it lies beyond it.
         for (int retry = 0; retry < 15 && source->Error() >= 1; ++retry) {
-            source->setFrom(inPt);
+            source->setFrom(m_loops.inPt);
             const qint32 length = source->Length();
-            outPt = outPt > length ? std::max(length, outPt - 100000) : outPt - 100000;
-            source->setTo(outPt);
+            m_loops.outPt = m_loops.outPt > length ? std::max(length, m_loops.outPt - 100000)
+                                                   : m_loops.outPt - 100000;
+            source->setTo(m_loops.outPt);
             source->setWait(false);
             source->setCommand(QStringLiteral("Play"));
         }
@@ -229,8 +232,8 @@ void frmMain::playLoop(bool recalcInAndOutPoints, std::optional<qint32> myInPt,
     recorder->setCommand(QStringLiteral("Record"));
     source->setWait(false);
     source->setNotify(true);
-    source->setFrom(inPt);
-    source->setTo(outPt);
+    source->setFrom(m_loops.inPt);
+    source->setTo(m_loops.outPt);
     stage("stage PL6");
     source->setCommand(QStringLiteral("play"));
     source->setUpdateInterval(500);
@@ -244,20 +247,20 @@ void frmMain::btnLoopPlay_Click() {
         return;
     }
     if (playing()) {
-        currentMMControl->setWait(true);
-        currentMMControl->setCommand(QStringLiteral("Stop"));
+        m_transport.currentMMControl->setWait(true);
+        m_transport.currentMMControl->setCommand(QStringLiteral("Stop"));
     }
     stage("stage LP2");
     playState->setState(true);
     gvPlayRequested = false;
     if (!gvRecordingLoop) {
         // No position events while the trim window settles on the loop.
-        currentMMControl->setUpdateInterval(0);
+        m_transport.currentMMControl->setUpdateInterval(0);
         if (frmTrim* trim = formIfLoaded<frmTrim>())
             trim->setTrimLimits();
         else
-            loadForm<frmTrim>()->show();
-        currentMMControl->setUpdateInterval(500);
+            loadForm<frmTrim>(*m_trimHost)->show();
+        m_transport.currentMMControl->setUpdateInterval(500);
     }
     stage("stage LP3");
     playLoop(true);
@@ -270,7 +273,7 @@ void frmMain::cmdStartNewLoop_Click() {
     // A press while the marking window is up only adds the mark.
     if (makeLoopPoints* marking = formIfLoaded<makeLoopPoints>(); marking && marking->isVisible())
         return;
-    makeLoopPoints* marking = loadForm<makeLoopPoints>();
+    makeLoopPoints* marking = loadForm<makeLoopPoints>(*m_loopMarking);
     marking->setWindowModality(Qt::ApplicationModal);
     marking->show();
 }
@@ -279,30 +282,32 @@ void frmMain::mnuMakeLoop_Click() {
     FS_PROC(kModule, "Sub mnuMakeLoop_Click");
     MMControl* cd = m_ui->CDControl;
     fs::ignoreErrors([&] { cd->setTimeFormat(MMControl::TimeFormatMs); });
-    cd->setTrack(dtaTracks->field(QStringLiteral("TrackNum")).toInt());
+    cd->setTrack(m_library.dtaTracks->field(QStringLiteral("TrackNum")).toInt());
     const qint32 startTime = cd->TrackPosition();
     const qint32 endTime = cd->TrackPosition() + cd->TrackLength();
     // A drive that isn't open has no tracks to read: that counts as the device's error.
     if (cd->Error() <= 0 && cd->Mode() != MMControl::ModeNotOpen) {
-        Recordset* rs = dtaLoopPoints;
+        Recordset* rs = m_library.dtaLoopPoints;
         rs->AddNew();
-        rs->setField(QStringLiteral("CDid"), dtaTracks->field(QStringLiteral("CDid")));
-        rs->setField(QStringLiteral("TrackNum"), dtaTracks->field(QStringLiteral("TrackNum")));
+        rs->setField(QStringLiteral("CDid"), m_library.dtaTracks->field(QStringLiteral("CDid")));
+        rs->setField(QStringLiteral("TrackNum"),
+                     m_library.dtaTracks->field(QStringLiteral("TrackNum")));
         rs->setField(QStringLiteral("startTime"), startTime);
         rs->setField(QStringLiteral("endTime"), endTime);
         rs->setField(QStringLiteral("Comment"),
-                     dtaTracks->field(QStringLiteral("TrackName")).toString() +
+                     m_library.dtaTracks->field(QStringLiteral("TrackName")).toString() +
                          QStringLiteral(" - Entire Track"));
         rs->Update();
         rs->Requery();
     }
-    if (loopsModel)
-        loopsModel->reload();
+    if (m_library.loopsModel)
+        m_library.loopsModel->reload();
 }
 
 void frmMain::cmdSlowPlayAdjust() {
     FS_PROC(kModule, "Sub cmdSlowPlayAdjust");
-    fs::ignoreErrors([&] { m_ui->cmdSlowPlay->setEnabled(dtaLoopPoints->RecordCount() >= 1); });
+    fs::ignoreErrors(
+        [&] { m_ui->cmdSlowPlay->setEnabled(m_library.dtaLoopPoints->RecordCount() >= 1); });
 }
 
 void frmMain::showLoopDetails() {

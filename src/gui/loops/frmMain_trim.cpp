@@ -15,10 +15,10 @@ const char* const kModule = "main form";
 void frmMain::setupTrimFormsForSlowdown() {
     FS_PROC(kModule, "Sub setupTrimFormsForSlowdown");
     if (frmTrim* trim = formIfLoaded<frmTrim>()) {
-        trimStartFraction = static_cast<float>(trim->slStart(0)->value()) /
-                            static_cast<float>(trim->slStart(0)->maximum());
-        trimEndFraction = static_cast<float>(trim->slStart(1)->value()) /
-                          static_cast<float>(trim->slStart(1)->maximum());
+        m_loops.trimStartFraction = static_cast<float>(trim->slStart(0)->value()) /
+                                    static_cast<float>(trim->slStart(0)->maximum());
+        m_loops.trimEndFraction = static_cast<float>(trim->slStart(1)->value()) /
+                                  static_cast<float>(trim->slStart(1)->maximum());
     }
     if (isLoaded(QStringLiteral("frmScrollTime"))) {
         // Placeholder: the graph window's markers give graphStartFraction/graphEndFraction.
@@ -31,8 +31,8 @@ void frmMain::adjustTrimForm() {
     if (!trim)
         return;
     trim->setTrimLimits();
-    trim->slStart(0)->setValue(
-        static_cast<int>(std::lround(trim->slStart(0)->maximum() * double(trimStartFraction))));
-    trim->slStart(1)->setValue(
-        static_cast<int>(std::lround(trim->slStart(1)->maximum() * double(trimEndFraction))));
+    trim->slStart(0)->setValue(static_cast<int>(
+        std::lround(trim->slStart(0)->maximum() * double(m_loops.trimStartFraction))));
+    trim->slStart(1)->setValue(static_cast<int>(
+        std::lround(trim->slStart(1)->maximum() * double(m_loops.trimEndFraction))));
 }

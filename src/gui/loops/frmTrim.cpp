@@ -6,17 +6,16 @@
 #include "app/Messages.h"
 #include "app/Prompts.h"
 #include "app/TimeFormats.h"
-#include "app/frmMain.h"
 #include "app/globals.h"
 #include "app/stateVariable.h"
 #include "failsafe/modFailSafe.h"
 #include "library/LoopQueries.h"
 #include "library/Recordset.h"
+#include "loops/TrimHost.h"
 #include "platform/MMControl.h"
 #include "shell/CFormEx.h"
 #include "shell/hints.h"
 #include "shell/showHideTrackInfo.h"
-#include "ui_frmMain.h"
 #include "ui_frmTrim.h"
 
 #include <QAbstractButton>
@@ -36,14 +35,10 @@ const char* const kModule = "frmTrim";
 constexpr qint32 kPreviewMinimum = 3000;
 constexpr qint32 kPreviewLength = 2000;
 
-frmMain* mainForm() {
-    return frmMain::instance();
-}
 } // namespace
 
-frmTrim::frmTrim(QWidget* parent)
-    : QWidget(parent ? parent : frmMain::instance(), Qt::Tool),
-      m_ui(std::make_unique<Ui::frmTrim>()) {
+frmTrim::frmTrim(TrimHost& host)
+    : QWidget(host.window(), Qt::Tool), m_host(host), m_ui(std::make_unique<Ui::frmTrim>()) {
     m_ui->setupUi(this);
     setObjectName(QStringLiteral("frmTrim"));
     // The strip offers play and stop only; both act on the main window's player.
@@ -105,13 +100,12 @@ void frmTrim::Form_Load() {
     helper.setOnTop(true);
     // Over the tracks grid, covering it. A wave file has no tracks grid: there the window
     // takes the empty place of the disc's fields above the loops, which stay readable.
-    frmMain* main = mainForm();
-    QWidget* tracks = main->ui()->tgTracks;
+    QWidget* tracks = m_host.tracksGrid();
     if (tracks->isVisible()) {
         move(tracks->mapToGlobal(QPoint(0, 0)));
         resize(std::max(sizeHint().width(), tracks->width()), tracks->height());
     } else {
-        QWidget* area = main->centralWidget();
+        QWidget* area = m_host.centralArea();
         move(area->mapToGlobal(QPoint(8, 8)));
         resize(std::max(sizeHint().width(), area->width() / 2), sizeHint().height());
     }
@@ -135,8 +129,7 @@ void frmTrim::Form_Activate() {
 
 void frmTrim::Form_QueryUnload(bool& Cancel) {
     FS_PROC(kModule, "Sub Form_QueryUnload", FS_ARG(Cancel));
-    frmMain* main = mainForm();
-    if (main && main->currentView == 1 && main->cdView)
+    if (m_host.showsDiscTracks())
         showHideTrackInfo(true);
 }
 
@@ -163,17 +156,15 @@ void frmTrim::keyReleaseEvent(QKeyEvent* event) {
 void frmTrim::Form_KeyUp(int KeyCode, Qt::KeyboardModifiers Shift) {
     FS_PROC(kModule, "Sub Form_KeyUp", FS_ARG(KeyCode));
     if (KeyCode == 'T' && (Shift & Qt::AltModifier)) {
-        mainForm()->cmdSlowPlay_Click();
+        m_host.slowPlay();
         return;
     }
-    int key = KeyCode;
-    mainForm()->Form_KeyDown(key, 0);
+    m_host.keyDown(KeyCode);
 }
 
 void frmTrim::setTrimLimits() {
     FS_PROC(kModule, "Sub setTrimLimits");
-    frmMain* main = mainForm();
-    Recordset* rs = main->dtaLoopPoints;
+    Recordset* rs = &m_host.loopRows();
     const qint32 start = rs->field(QStringLiteral("startTime")).toInt();
     library::findLoopStartingAt(*rs, start);
     if (rs->isNull(QStringLiteral("endTime"))) {
@@ -182,8 +173,8 @@ void frmTrim::setTrimLimits() {
         rs->MoveNext();
         qint32 end = 0;
         if (rs->isEOF()) {
-            main->ms();
-            end = mathMin<qint32>(main->currentMMControl->Length(), start + 5000);
+            m_host.usePlayerInMilliseconds();
+            end = std::min(m_host.player()->Length(), start + 5000);
         } else {
             end = rs->field(QStringLiteral("startTime")).toInt();
         }
@@ -196,7 +187,7 @@ void frmTrim::setTrimLimits() {
     qint32 theStart = 0, theEnd = 0;
     if (gvInSlowPlay) {
         // In SlowPlay the loop is the whole slowed-down file.
-        theEnd = main->currentMMControl->Length();
+        theEnd = m_host.player()->Length();
         theStart = 1;
     } else {
         theEnd = rs->field(QStringLiteral("endTime")).toInt();
@@ -212,8 +203,8 @@ void frmTrim::setTrimLimits() {
         slider->setMinimum(theStart - margin);
         slider->setValue(i == 0 ? theStart : theEnd);
     }
-    main->currentMMControl->setFrom(slStart(0)->minimum());
-    main->currentMMControl->setTo(slStart(0)->maximum());
+    m_host.player()->setFrom(slStart(0)->minimum());
+    m_host.player()->setTo(slStart(0)->maximum());
     settingLimits = false;
     limitsInProgress = false;
 }
@@ -222,8 +213,7 @@ void frmTrim::slStart_Change(int Index) {
     if (settingLimits || limitsInProgress)
         return;
     FS_PROC(kModule, "Sub slStart_Change", FS_ARG(Index));
-    frmMain* main = mainForm();
-    MMControl* c = main->currentMMControl;
+    MMControl* c = m_host.player();
     QSlider* slider = slStart(Index);
     if (Index == 1) {
         c->setTo(slider->value());
@@ -249,8 +239,7 @@ void frmTrim::slStart_Change(int Index) {
             c->setWait(false);
             c->setCommand(QStringLiteral("Play"));
             c->setUpdateInterval(500);
-            main->inPt = slStart(0)->value();
-            main->outPt = slStart(1)->value();
+            m_host.setLoop(slStart(0)->value(), slStart(1)->value());
             c->setFrom(from);
             c->setTo(slider->value());
             return;
@@ -262,14 +251,12 @@ void frmTrim::slStart_Change(int Index) {
     c->setWait(true);
     c->setCommand(QStringLiteral("Stop"));
     playState->setState(true);
-    main->setPanelText(QStringLiteral("pnlLoopLength"),
-                       QStringLiteral("Loop Length: ") + mmss(c->To() - c->From()));
-    main->playLoop(false, c->From(), c->To());
+    m_host.playLoop(c->From(), c->To());
 }
 
 void frmTrim::slStart_MouseDown(int Index) {
     FS_PROC(kModule, "Sub slStart_MouseDown", FS_ARG(Index));
-    MMControl* c = mainForm()->currentMMControl;
+    MMControl* c = m_host.player();
     c->setUpdateInterval(0);
     playState->setState(false);
     c->setWait(true);
@@ -281,7 +268,7 @@ void frmTrim::slStart_MouseUp(int Index) {
     // The slider lets go of the mouse; both take input again 300 ms later.
     slStart(Index)->setEnabled(false);
     tmrSliderFreedom.start(300);
-    mainForm()->currentMMControl->setUpdateInterval(500);
+    m_host.player()->setUpdateInterval(500);
 }
 
 void frmTrim::tmrSliderFreedom_Timer() {
@@ -321,7 +308,7 @@ void frmTrim::cmdSave_Click() {
     if (!confirm(QStringLiteral("Are you sure that you want to save the current trim points as "
                                 "the new start and end points for the loop?")))
         return;
-    Recordset* rs = mainForm()->dtaLoopPoints;
+    Recordset* rs = &m_host.loopRows();
     rs->Edit();
     rs->setField(QStringLiteral("startTime"), slStart(0)->value());
     rs->setField(QStringLiteral("endTime"), slStart(1)->value());
@@ -338,7 +325,7 @@ void frmTrim::MMControl1_PlayClick(bool& Cancel) {
 void frmTrim::MMControl1_StopClick(bool& Cancel) {
     FS_PROC(kModule, "Sub MMControl1_StopClick", FS_ARG(Cancel));
     Cancel = true;
-    MMControl* c = mainForm()->currentMMControl;
+    MMControl* c = m_host.player();
     playState->setState(false);
     c->setWait(true);
     c->setCommand(QStringLiteral("Stop"));

@@ -5,6 +5,7 @@
 #include <memory>
 
 class QSlider;
+class TrimHost;
 
 namespace Ui {
 class frmTrim;
@@ -22,7 +23,7 @@ class frmTrim;
 class frmTrim : public QWidget {
     Q_OBJECT
 public:
-    explicit frmTrim(QWidget* parent = nullptr);
+    explicit frmTrim(TrimHost& host);
     ~frmTrim() override;
     Ui::frmTrim* ui() const { return m_ui.get(); }
 
@@ -57,5 +58,6 @@ protected:
 
 private:
     void Form_Load();
+    TrimHost& m_host;
     std::unique_ptr<Ui::frmTrim> m_ui;
 };

@@ -2,28 +2,23 @@
 
 #include "app/Forms.h"
 #include "app/Messages.h"
-#include "app/frmMain.h"
 #include "failsafe/modFailSafe.h"
-#include "library/LoopQueries.h"
-#include "library/Recordset.h"
-#include "library/RecordsetModel.h"
+#include "loops/LoopMarking.h"
 #include "loops/loopPoints.h"
-#include "ui_frmMain.h"
 #include "ui_makeLoopPoints.h"
 
 #include <QApplication>
 #include <QCloseEvent>
 #include <QListWidget>
 #include <QScrollBar>
-#include <QTableView>
 
 namespace {
 const char* const kModule = "makeLoopPoints";
 const QString kEndNotSet = QStringLiteral("Endpoint not set yet.");
 } // namespace
 
-makeLoopPoints::makeLoopPoints(QWidget* parent)
-    : QDialog(parent ? parent : frmMain::instance()), m_ui(std::make_unique<Ui::makeLoopPoints>()) {
+makeLoopPoints::makeLoopPoints(LoopMarking& marking)
+    : QDialog(marking.window()), m_marking(marking), m_ui(std::make_unique<Ui::makeLoopPoints>()) {
     m_ui->setupUi(this);
     setObjectName(QStringLiteral("makeLoopPoints"));
     // The mark is taken when the button goes down: the release comes a moment later than
@@ -68,18 +63,17 @@ void makeLoopPoints::reset() {
     FS_PROC(kModule, "Sub reset");
     m_ui->lstStarts->clear();
     m_ui->lstEnds->clear();
-    loopPoints* buffer = frmMain::instance()->loopPointBuffer.get();
-    if (buffer->Count() >= 1)
-        m_ui->lstStarts->addItem(buffer->Item(1)->startTimeTTMMSS);
+    const loopPoints& marks = m_marking.marks();
+    if (marks.Count() >= 1)
+        m_ui->lstStarts->addItem(marks.Item(1)->startTimeTTMMSS);
     m_ui->lstEnds->addItem(kEndNotSet);
 }
 
 void makeLoopPoints::cmdCompletePreviousLoop_MouseDown() {
     FS_PROC(kModule, "Sub cmdCompletePreviousLoop_MouseDown");
-    frmMain* main = frmMain::instance();
-    main->cmdStartNewLoop_Click();
-    loopPoints* buffer = main->loopPointBuffer.get();
-    const QString text = buffer->Item(buffer->Count())->startTimeTTMMSS;
+    m_marking.startNewLoop();
+    const loopPoints& marks = m_marking.marks();
+    const QString text = marks.Item(marks.Count())->startTimeTTMMSS;
     m_ui->lstStarts->addItem(text);
     // The row for the open loop stays last.
     m_ui->lstEnds->insertItem(m_ui->lstEnds->count() - 1, text);
@@ -87,34 +81,23 @@ void makeLoopPoints::cmdCompletePreviousLoop_MouseDown() {
 
 void makeLoopPoints::btnKeep_Click() {
     FS_PROC(kModule, "Sub btnKeep_Click");
-    frmMain* main = frmMain::instance();
-    main->insertNewLoopPoint();
-    loopPoints* buffer = main->loopPointBuffer.get();
-    const qint32 firstStart = buffer->Item(1)->startTimeMs.toInt();
+    m_marking.endLoopHere();
+    loopPoints& marks = m_marking.marks();
+    const qint32 firstStart = marks.Item(1)->startTimeMs.toInt();
     QApplication::processEvents();
     Message(QStringLiteral("Saving loop points"), QStringLiteral("Make Loop Points"));
     // Written last to first: each loop ends where the next one starts.
-    qint32 nextStart = buffer->Item(buffer->Count())->startTimeMs.toInt();
-    for (qint32 i = buffer->Count() - 1; i >= 1; --i) {
-        const loopPoint* mark = buffer->Item(i);
-        main->insertLoopPt(mark->startTimeMs, mark->startTimeTTMMSS, nextStart);
+    qint32 nextStart = marks.Item(marks.Count())->startTimeMs.toInt();
+    for (qint32 i = marks.Count() - 1; i >= 1; --i) {
+        const loopPoint* mark = marks.Item(i);
+        m_marking.saveLoop(mark->startTimeMs, mark->startTimeTTMMSS, nextStart);
         nextStart = mark->startTimeMs.toInt();
     }
-    buffer->Clear();
-    Recordset* rs = main->dtaLoopPoints;
-    rs->Requery();
-    library::findLoopStartingAt(*rs, nextStart);
-    QTableView* grid = main->ui()->loopPoints;
-    grid->clearSelection();
-    if (main->loopsModel)
-        main->loopsModel->reload();
+    marks.Clear();
+    m_marking.reloadLoops(nextStart);
     Message(QStringLiteral("Starting loop playback"), QStringLiteral("Make Loop Points"));
-    library::findLoopStartingAt(*rs, firstStart);
-    if (main->loopsModel)
-        main->loopsModel->reload();
-    if (!rs->NoMatch())
-        grid->setCurrentIndex(grid->model()->index(rs->AbsolutePosition(), 0));
-    main->ui()->btnLoopPlay->click();
+    m_marking.selectLoop(firstStart);
+    m_marking.playSelectedLoop();
     Message(QStringLiteral("off"), QStringLiteral("Make Loop Points"));
     unloadForm(this);
 }
@@ -142,8 +125,7 @@ void makeLoopPoints::Form_QueryUnload(bool& Cancel) {
     FS_PROC(kModule, "Sub Form_QueryUnload", FS_ARG(Cancel));
     // Closed by its frame: the marks are dropped, nothing is saved.
     if (!Cancel)
-        if (frmMain* main = frmMain::instance(); main && main->loopPointBuffer)
-            main->loopPointBuffer->Clear();
+        m_marking.marks().Clear();
 }
 
 void makeLoopPoints::closeEvent(QCloseEvent* event) {

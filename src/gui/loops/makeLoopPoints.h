@@ -3,6 +3,8 @@
 #include <QDialog>
 #include <memory>
 
+class LoopMarking;
+
 namespace Ui {
 class makeLoopPoints;
 }
@@ -12,13 +14,14 @@ class makeLoopPoints;
 // the mark lands where the musician heard it); its second button closes the last loop, saves
 // them all and starts the first playing. Closing it by its frame drops every mark.
 //
-// The lists only show the marks; what is saved comes from frmMain's loopPointBuffer.
+// The lists only show the marks; what is saved comes from the marks the main window keeps
+// (LoopMarking::marks).
 //
 // Thread: UI thread only.
 class makeLoopPoints : public QDialog {
     Q_OBJECT
 public:
-    explicit makeLoopPoints(QWidget* parent = nullptr);
+    explicit makeLoopPoints(LoopMarking& marking);
     ~makeLoopPoints() override;
     Ui::makeLoopPoints* ui() const { return m_ui.get(); }
 
@@ -38,6 +41,7 @@ private:
     void Form_Load();
     void Form_Activate();
     void copySelection(class QListWidget* from, class QListWidget* to);
+    LoopMarking& m_marking;
     std::unique_ptr<Ui::makeLoopPoints> m_ui;
     bool m_copying = false;
 };

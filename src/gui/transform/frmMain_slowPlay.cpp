@@ -75,16 +75,16 @@ QString errorInProcedure(int number, const char* procedure) {
 
 void frmMain::connectTransform() {
     Ui::frmMain& u = *m_ui;
-    tmrLoopDLL.setSingleShot(false);
-    connect(&tmrLoopDLL, &QTimer::timeout, this,
+    m_transform.tmrLoopDLL.setSingleShot(false);
+    connect(&m_transform.tmrLoopDLL, &QTimer::timeout, this,
             fs::trapped(kModule, "Sub tmrLoopDLL_Timer", [this] { tmrLoopDLL_Timer(); }));
     connect(
-        &tmrSliderFreedom, &QTimer::timeout, this,
+        &m_transform.tmrSliderFreedom, &QTimer::timeout, this,
         fs::trapped(kModule, "Sub tmrSliderFreedom_Timer", [this] { tmrSliderFreedom_Timer(); }));
     // The engine's end arrives on its worker thread: it is handed to the UI thread as it is,
     // with the number of the job it belongs to, and looked at only there.
     setSlowPlayCallbackHandler([this](int result) {
-        const int job = m_engineJob.load();
+        const int job = m_transform.engineJob.load();
         QMetaObject::invokeMethod(
             this, [this, job, result] { slowPlayCallbackArrived(job, result); },
             Qt::QueuedConnection);
@@ -164,13 +164,13 @@ void frmMain::connectTransform() {
 
 void frmMain::slowPlayCallbackArrived(int job, int jobResult) {
     // A job stopped or replaced since it ended changes nothing.
-    if (job != m_engineJob.load())
+    if (job != m_transform.engineJob.load())
         return;
-    m_engineResult = jobResult;
-    if (tmrLoopDLLTag == u"LOOP") {
-        tmrLoopDLL.start(200);
+    m_transform.engineResult = jobResult;
+    if (m_transform.tmrLoopDLLTag == u"LOOP") {
+        m_transform.tmrLoopDLL.start(200);
     } else {
-        tmrLoopDLL.stop();
+        m_transform.tmrLoopDLL.stop();
     }
 }
 
@@ -233,11 +233,11 @@ qint16 frmMain::doMFslowdown(double factor, double pitchfactor) {
     });
     fs::ignoreErrors([&] { gvSlowFileReady = false; });
     fs::ignoreErrors([&] {
-        tmrLoopDLL.stop();
-        tmrLoopDLLTag = QStringLiteral("LOOP");
+        m_transform.tmrLoopDLL.stop();
+        m_transform.tmrLoopDLLTag = QStringLiteral("LOOP");
         // The end of this job, and of no earlier one, is wanted.
-        ++m_engineJob;
-        m_engineResult = 0;
+        ++m_transform.engineJob;
+        m_transform.engineResult = 0;
     });
     fs::ignoreErrors([&] {
         if (gvRealtime) {
@@ -260,10 +260,10 @@ void frmMain::stopDLL() {
     FS_PROC(kModule, "Sub stopDLL");
     // The tag is written before the engine is stopped: its late end then changes nothing.
     fs::ignoreErrors([&] {
-        tmrLoopDLLTag = QStringLiteral("STOP");
-        ++m_engineJob;
+        m_transform.tmrLoopDLLTag = QStringLiteral("STOP");
+        ++m_transform.engineJob;
     });
-    fs::ignoreErrors([&] { tmrLoopDLL.stop(); });
+    fs::ignoreErrors([&] { m_transform.tmrLoopDLL.stop(); });
     fs::ignoreErrors([&] { MFPlayFileStop(); });
     fs::ignoreErrors([&] { Pause(0.2f); });
 }
@@ -271,21 +271,22 @@ void frmMain::stopDLL() {
 void frmMain::tmrLoopDLL_Timer() {
     FS_PROC(kModule, "Sub tmrLoopDLL_Timer");
     Message2(QStringLiteral("off"), QString());
-    tmrLoopDLL.stop();
-    sliderUpdating = true;
-    m_ui->slSlowPct_0->setValue(slowDownPercent);
-    sliderUpdating = false;
+    m_transform.tmrLoopDLL.stop();
+    m_transform.sliderUpdating = true;
+    m_ui->slSlowPct_0->setValue(m_transform.slowDownPercent);
+    m_transform.sliderUpdating = false;
     MMControl* w = m_ui->WaveControl;
-    if (tmrLoopDLLTag.compare(u"LOOP", Qt::CaseInsensitive) == 0 && m_engineResult > 1) {
+    if (m_transform.tmrLoopDLLTag.compare(u"LOOP", Qt::CaseInsensitive) == 0 &&
+        m_transform.engineResult > 1) {
         // The job failed on its way (a disk too full for the result): there is no file to
         // loop. Said as a refusal at the start is said, and the program goes on in mode CD.
         gvSlowFileReady = false;
         graphicEnableToggle(false);
-        Prompts::msgBox(slowdownFailed(m_engineResult));
+        Prompts::msgBox(slowdownFailed(m_transform.engineResult));
         changeToMode(QStringLiteral("CD"));
         return;
     }
-    if (tmrLoopDLLTag.compare(u"LOOP", Qt::CaseInsensitive) == 0) {
+    if (m_transform.tmrLoopDLLTag.compare(u"LOOP", Qt::CaseInsensitive) == 0) {
         gvSlowFileReady = true;
         if (!w->FileName().isEmpty()) {
             w->setWait(true);
@@ -339,15 +340,15 @@ void frmMain::cmdSlowPlay_Click() {
     stage("stage 3");
     stage("stage 4");
     if (playing()) {
-        currentMMControl->setWait(true);
-        currentMMControl->setCommand(QStringLiteral("Stop"));
+        m_transport.currentMMControl->setWait(true);
+        m_transport.currentMMControl->setCommand(QStringLiteral("Stop"));
     }
     if (!saveCurrentStatus())
         return;
     stage("stage 5");
     int count = 0;
     fs::ignoreErrors([&] {
-        auto clone = dtaLoopPoints->Clone();
+        auto clone = m_library.dtaLoopPoints->Clone();
         clone->MoveLast();
         count = clone->RecordCount();
     });
@@ -358,16 +359,16 @@ void frmMain::cmdSlowPlay_Click() {
             "Point button."));
         return;
     }
-    lastFactor = 0;
-    sliderUpdating = true;
+    m_transform.lastFactor = 0;
+    m_transform.sliderUpdating = true;
     stage("stage 6");
-    slowDownPercent = lstPct();
-    pitchChange = lstPitchChange();
-    m_ui->slSlowPct_0->setValue(slowDownPercent);
-    m_ui->txtSlowPct_0->setText(QString::number(slowDownPercent));
-    m_ui->slSlowPct_1->setValue(pitchChange);
+    m_transform.slowDownPercent = lstPct();
+    m_transform.pitchChange = lstPitchChange();
+    m_ui->slSlowPct_0->setValue(m_transform.slowDownPercent);
+    m_ui->txtSlowPct_0->setText(QString::number(m_transform.slowDownPercent));
+    m_ui->slSlowPct_1->setValue(m_transform.pitchChange);
     pitchChangeTextFieldsFill();
-    sliderUpdating = false;
+    m_transform.sliderUpdating = false;
     recordCurrentLoop();
 }
 
@@ -375,7 +376,7 @@ void frmMain::recordCurrentLoop() {
     FS_PROC(kModule, "Sub recordCurrentLoop");
     try {
         QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-        if (cdView) {
+        if (m_transport.cdView) {
             QGuiApplication::restoreOverrideCursor();
             setEnabled(true);
             // Placeholder: the CD work captures the loop digitally or through the sound card.
@@ -404,11 +405,12 @@ void frmMain::extractCurrentLoop() {
     w->setCommand(QStringLiteral("Close"));
     const QString tempName = scratch("temp.wav");
     fs::ignoreErrors([&] { QFile::remove(tempName); });
-    tempWavChannels = extractWAVEfileSection(source, tempName, inPoint, outPoint);
-    if (tempWavChannels > 0)
-        expFactor = (100.0f / slowDownPercent) / tempWavChannels;
+    m_transform.tempWavChannels = extractWAVEfileSection(source, tempName, inPoint, outPoint);
+    if (m_transform.tempWavChannels > 0)
+        m_transform.expFactor =
+            (100.0f / m_transform.slowDownPercent) / m_transform.tempWavChannels;
     else
-        expFactor = 100.0f / slowDownPercent;
+        m_transform.expFactor = 100.0f / m_transform.slowDownPercent;
     w->setFileName(tempName);
     w->setWait(true);
     w->setCommand(QStringLiteral("open"));
@@ -431,9 +433,9 @@ void frmMain::playSlowDownLoop() {
         } else {
             setupTrimFormsForSlowdown();
             // The floor of every path: a speed typed as 3 runs, and is remembered, as 5.
-            if (slowDownPercent < 5)
-                slowDownPercent = 5;
-            const double factor = 100.0 / slowDownPercent;
+            if (m_transform.slowDownPercent < 5)
+                m_transform.slowDownPercent = 5;
+            const double factor = 100.0 / m_transform.slowDownPercent;
             const double pitchfactor = calcPitchFactor();
             if (!TempWavPresent())
                 return;
@@ -441,13 +443,13 @@ void frmMain::playSlowDownLoop() {
                 return;
             if (!gvRealtime)
                 openSlowdownFile();
-            lastFactor = factor;
+            m_transform.lastFactor = factor;
             saveCurrentPct();
             saveCurrentPitchChange();
         }
         setPanelText(QStringLiteral("pnlMsg"), QStringLiteral("Playing loop at %1% of original "
                                                               "speed.")
-                                                   .arg(slowDownPercent));
+                                                   .arg(m_transform.slowDownPercent));
         w->setUpdateInterval(graphOpen ? 100 : 0);
         playState->setState(true);
         if (gvSlowFileReady)

@@ -36,7 +36,7 @@ qint16 toInteger(double value) {
 
 qint16 frmMain::lstPct() {
     FS_PROC(kModule, "Function lstPct");
-    const QVariant last = dtaLoopPoints->field(QStringLiteral("lastPct"));
+    const QVariant last = m_library.dtaLoopPoints->field(QStringLiteral("lastPct"));
     // A loop never transformed starts at half speed.
     if (last.isNull() || last.toInt() == 0)
         return 50;
@@ -49,53 +49,59 @@ qint16 frmMain::lstPitchChange() {
     fs::ignoreErrors([&] {
         // The search goes to the tracks' recordset for a wave file too; it finds nothing
         // there and the pitch starts at 0, while saving goes to the wave file's record.
-        library::findPitchOwner(*dtaTracks, *dtaLoopPoints, cdView);
+        library::findPitchOwner(*m_library.dtaTracks, *m_library.dtaLoopPoints, m_transport.cdView);
     });
     fs::ignoreErrors([&] {
-        if (dtaTracks->NoMatch() || dtaTracks->isNull(QStringLiteral("lastPitchChange")))
+        if (m_library.dtaTracks->NoMatch() ||
+            m_library.dtaTracks->isNull(QStringLiteral("lastPitchChange")))
             result = 0;
         else
-            result = checkedInt16(dtaTracks->field(QStringLiteral("lastPitchChange")).toLongLong());
+            result = checkedInt16(
+                m_library.dtaTracks->field(QStringLiteral("lastPitchChange")).toLongLong());
     });
     return result;
 }
 
 void frmMain::saveCurrentPct() {
     FS_PROC(kModule, "Sub saveCurrentPct");
-    library::findLoopStartingAt(*dtaLoopPoints, prevStartTime);
-    if (dtaLoopPoints->NoMatch())
+    library::findLoopStartingAt(*m_library.dtaLoopPoints, m_loops.prevStartTime);
+    if (m_library.dtaLoopPoints->NoMatch())
         return;
-    dtaLoopPoints->Edit();
-    dtaLoopPoints->setField(QStringLiteral("lastPct"), slowDownPercent);
-    dtaLoopPoints->Update();
+    m_library.dtaLoopPoints->Edit();
+    m_library.dtaLoopPoints->setField(QStringLiteral("lastPct"), m_transform.slowDownPercent);
+    m_library.dtaLoopPoints->Update();
 }
 
 void frmMain::saveCurrentPitchChange() {
     FS_PROC(kModule, "Sub saveCurrentPitchChange");
     // Without a current loop there is no track or file to keep it for: silently nothing.
-    if (dtaLoopPoints->isBOF() || dtaLoopPoints->isEOF())
+    if (m_library.dtaLoopPoints->isBOF() || m_library.dtaLoopPoints->isEOF())
         return;
-    Recordset* owner = savedCdView ? dtaTracks : WAVs;
-    library::findPitchOwner(*owner, *dtaLoopPoints, savedCdView);
+    Recordset* owner = m_transport.savedCdView ? m_library.dtaTracks : m_library.WAVs;
+    library::findPitchOwner(*owner, *m_library.dtaLoopPoints, m_transport.savedCdView);
     if (owner->NoMatch())
         return;
     owner->Edit();
-    owner->setField(QStringLiteral("lastPitchChange"), pitchChange);
+    owner->setField(QStringLiteral("lastPitchChange"), m_transform.pitchChange);
     owner->Update();
 }
 
 double frmMain::calcPitchFactor() {
     FS_PROC(kModule, "Function calcPitchFactor");
-    if (pitchChange == 0)
+    return pitchFactorOf(m_transform.pitchChange);
+}
+
+double frmMain::pitchFactorOf(qint16 cents) {
+    if (cents == 0)
         return 1.0;
-    return std::pow(2.0, (pitchChange / 100.0) / 12.0);
+    return std::pow(2.0, (cents / 100.0) / 12.0);
 }
 
 void frmMain::pitchChangeTextFieldsFill() {
     FS_PROC(kModule, "Sub pitchChangeTextFieldsFill");
     // Both keep the sign: -250 shows as -2 and -50.
-    m_ui->txtSlowPct_1->setText(QString::number(pitchChange / 100));
-    m_ui->txtSlowPct_2->setText(QString::number(pitchChange % 100));
+    m_ui->txtSlowPct_1->setText(QString::number(m_transform.pitchChange / 100));
+    m_ui->txtSlowPct_2->setText(QString::number(m_transform.pitchChange % 100));
 }
 
 void frmMain::changeTransformParameters() {
@@ -103,16 +109,17 @@ void frmMain::changeTransformParameters() {
     if (isLoaded(QStringLiteral("frmScrollTime"))) {
         // Placeholder: the graph window's selection pixels are kept for the new file here.
     }
-    sliderUpdating = true;
-    m_ui->txtSlowPct_0->setText(QString::number(slowDownPercent));
-    m_ui->slSlowPct_0->setValue(slowDownPercent);
-    m_ui->slSlowPct_1->setValue(pitchChange);
+    m_transform.sliderUpdating = true;
+    m_ui->txtSlowPct_0->setText(QString::number(m_transform.slowDownPercent));
+    m_ui->slSlowPct_0->setValue(m_transform.slowDownPercent);
+    m_ui->slSlowPct_1->setValue(m_transform.pitchChange);
     pitchChangeTextFieldsFill();
-    sliderUpdating = false;
-    if (tempWavChannels < 1)
-        expFactor = 50.0f / slowDownPercent;
+    m_transform.sliderUpdating = false;
+    if (m_transform.tempWavChannels < 1)
+        m_transform.expFactor = 50.0f / m_transform.slowDownPercent;
     else
-        expFactor = (100.0f / slowDownPercent) / tempWavChannels;
+        m_transform.expFactor =
+            (100.0f / m_transform.slowDownPercent) / m_transform.tempWavChannels;
     MMControl* w = m_ui->WaveControl;
     if (!w->FileName().isEmpty()) {
         w->setWait(true);
@@ -128,11 +135,11 @@ void frmMain::completetxtSlowPctEntry(int Index) {
     FS_PROC(kModule, "Sub completetxtSlowPctEntry", FS_ARG(Index));
     if (Index == 1 || Index == 2) {
         // Whole half steps and the cents beyond them: -2 and 50 is -150, 1 and 150 is 250.
-        pitchChange = toInteger(strictNumber(m_ui->txtSlowPct_1->text()) * 100 +
-                                strictNumber(m_ui->txtSlowPct_2->text()));
+        m_transform.pitchChange = toInteger(strictNumber(m_ui->txtSlowPct_1->text()) * 100 +
+                                            strictNumber(m_ui->txtSlowPct_2->text()));
     } else {
         // The leading number of the text; text without one reads 0 (raised to 5 on play).
-        slowDownPercent = toInteger(vbVal(m_ui->txtSlowPct_0->text()));
+        m_transform.slowDownPercent = toInteger(vbVal(m_ui->txtSlowPct_0->text()));
     }
     changeTransformParameters();
 }
@@ -146,68 +153,69 @@ void frmMain::txtSlowPct_KeyDown(int Index, int& KeyCode) {
 
 void frmMain::slSlowPct_Change(int Index) {
     FS_PROC(kModule, "Sub slSlowPct_Change", FS_ARG(Index));
-    if (sliderUpdating)
+    if (m_transform.sliderUpdating)
         return;
     if (Index == 0)
         fs::ignoreErrors([&] {
-            slowDownPercent = static_cast<qint16>(std::max(m_ui->slSlowPct_0->value(), 5));
+            m_transform.slowDownPercent =
+                static_cast<qint16>(std::max(m_ui->slSlowPct_0->value(), 5));
         });
     else
-        pitchChange = static_cast<qint16>(m_ui->slSlowPct_1->value());
+        m_transform.pitchChange = static_cast<qint16>(m_ui->slSlowPct_1->value());
     changeTransformParameters();
 }
 
 void frmMain::slSlowPct_Scroll(int Index) {
     FS_PROC(kModule, "Sub slSlowPct_Scroll", FS_ARG(Index));
     // The numbers follow the mouse; the transformation waits for the release.
-    if (!sliderDragging)
+    if (!m_transform.sliderDragging)
         return;
     if (Index == 0) {
-        slowDownPercent = static_cast<qint16>(m_ui->slSlowPct_0->sliderPosition());
-        m_ui->txtSlowPct_0->setText(QString::number(slowDownPercent));
+        m_transform.slowDownPercent = static_cast<qint16>(m_ui->slSlowPct_0->sliderPosition());
+        m_ui->txtSlowPct_0->setText(QString::number(m_transform.slowDownPercent));
     } else {
-        pitchChange = static_cast<qint16>(m_ui->slSlowPct_1->sliderPosition());
+        m_transform.pitchChange = static_cast<qint16>(m_ui->slSlowPct_1->sliderPosition());
         pitchChangeTextFieldsFill();
     }
 }
 
 void frmMain::slSlowPct_MouseDown(int Index) {
     FS_PROC(kModule, "Sub slSlowPct_MouseDown", FS_ARG(Index));
-    sliderDragging = true;
+    m_transform.sliderDragging = true;
 }
 
 void frmMain::slSlowPct_MouseUp(int Index) {
     FS_PROC(kModule, "Sub slSlowPct_MouseUp", FS_ARG(Index));
-    sliderDragging = false;
+    m_transform.sliderDragging = false;
     // The slider lets go of the mouse and takes no more input until the new speed has been
     // taken up; both are given back by the timer, with the keyboard focus if it had it, so
     // the arrow keys go on moving it.
     QSlider* slider = Index == 0 ? m_ui->slSlowPct_0 : m_ui->slSlowPct_1;
     if (slider->hasFocus())
-        m_sliderWithFocus = slider;
+        m_transform.sliderWithFocus = slider;
     slider->setEnabled(false);
-    tmrSliderFreedom.start(300);
+    m_transform.tmrSliderFreedom.start(300);
 }
 
 void frmMain::tmrSliderFreedom_Timer() {
     FS_PROC(kModule, "Sub tmrSliderFreedom_Timer");
     m_ui->slSlowPct_0->setEnabled(true);
     m_ui->slSlowPct_1->setEnabled(true);
-    tmrSliderFreedom.stop();
-    if (m_sliderWithFocus)
-        m_sliderWithFocus->setFocus(Qt::OtherFocusReason);
-    m_sliderWithFocus = nullptr;
+    m_transform.tmrSliderFreedom.stop();
+    if (m_transform.sliderWithFocus)
+        m_transform.sliderWithFocus->setFocus(Qt::OtherFocusReason);
+    m_transform.sliderWithFocus = nullptr;
 }
 
 void frmMain::lblSteps_Click(int Index) {
     FS_PROC(kModule, "Sub lblSteps_Click", FS_ARG(Index));
-    pitchChange = static_cast<qint16>(Index <= 12 ? Index * 100 : (12 - Index) * 100);
+    m_transform.pitchChange = static_cast<qint16>(Index <= 12 ? Index * 100 : (12 - Index) * 100);
     changeTransformParameters();
 }
 
 void frmMain::speedLabel_Click(qint16 percent) {
     FS_PROC(kModule, "Sub speedLabel_Click", FS_ARG(percent));
-    slowDownPercent = percent;
+    m_transform.slowDownPercent = percent;
     changeTransformParameters();
 }
 

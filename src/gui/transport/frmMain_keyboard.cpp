@@ -29,11 +29,12 @@ void frmMain::Form_KeyDown(int& KeyCode, int Shift) {
         case 32: { // Space
             const QWidget* focus = QApplication::focusWidget();
             const QString name = focus ? focus->objectName() : QString();
-            const bool editing = m_ui->loopPoints->EditActive() ||
-                                 (cdView && (m_ui->tgTracks->EditActive() || name == u"Comments" ||
-                                             name == u"Artist" || name == u"CDTitle"));
+            const bool editing =
+                m_ui->loopPoints->EditActive() ||
+                (m_transport.cdView && (m_ui->tgTracks->EditActive() || name == u"Comments" ||
+                                        name == u"Artist" || name == u"CDTitle"));
             if (editing) {
-                lastTypedTime = Timer();
+                m_transport.lastTypedTime = Timer();
                 return;
             }
             KeyCode = 0;
@@ -52,7 +53,8 @@ void frmMain::Form_KeyDown(int& KeyCode, int Shift) {
                 // The sign is a command here, not text for whatever field has the focus.
                 const int step = KeyCode == 107 ? 10 : -10;
                 KeyCode = 0;
-                slowDownPercent = checkedInt16(static_cast<qint64>(slowDownPercent) + step);
+                m_transform.slowDownPercent =
+                    checkedInt16(static_cast<qint64>(m_transform.slowDownPercent) + step);
                 changeTransformParameters();
                 return;
             }
@@ -72,11 +74,11 @@ void frmMain::Form_KeyPress(int& KeyAscii) {
     FS_PROC(kModule, "Sub Form_KeyPress", FS_ARG(KeyAscii));
     // The Space that starts or stops play never lands in a field; one typed in a field has
     // just renewed lastTypedTime.
-    if (KeyAscii == 32 && Timer() - lastTypedTime >= 10)
+    if (KeyAscii == 32 && Timer() - m_transport.lastTypedTime >= 10)
         KeyAscii = 0;
 }
 
 void frmMain::Comments_KeyPress(int& KeyAscii) {
     FS_PROC(kModule, "Sub Comments_KeyPress", FS_ARG(KeyAscii));
-    lastTypedTime = Timer();
+    m_transport.lastTypedTime = Timer();
 }

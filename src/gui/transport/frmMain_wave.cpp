@@ -132,7 +132,7 @@ void frmMain::updateWaveStatus() {
 
 void frmMain::updatePosition() {
     FS_PROC(kModule, "Sub updatePosition");
-    if (cdView)
+    if (m_transport.cdView)
         return; // placeholder: the disc's position display comes with the CD transport
     ms();
     MMControl* w = m_ui->WaveControl;
@@ -175,10 +175,10 @@ void frmMain::playWaveFile(const QString& fn) {
 
 void frmMain::sbTrackPos_Scroll() {
     FS_PROC(kModule, "Sub sbTrackPos_Scroll");
-    if (cdView)
+    if (m_transport.cdView)
         return; // placeholder: the disc's scroll comes with the CD transport
-    scrollDragging = true;
-    currentMMControl->setUpdateInterval(0);
+    m_transport.scrollDragging = true;
+    m_transport.currentMMControl->setUpdateInterval(0);
     const int value = m_ui->sbTrackPos->sliderPosition();
     m_ui->txtCurrentPosition->setText(QStringLiteral("%1:%2")
                                           .arg(value / 60, 2, 10, QLatin1Char('0'))
@@ -187,30 +187,31 @@ void frmMain::sbTrackPos_Scroll() {
 
 void frmMain::sbTrackPos_Change() {
     FS_PROC(kModule, "Sub sbTrackPos_Change");
-    if (!scrollDragging || m_ui->sbTrackPos->isSliderDown())
+    if (!m_transport.scrollDragging || m_ui->sbTrackPos->isSliderDown())
         return;
-    currentMMControl->setWait(true);
-    currentMMControl->setCommand(QStringLiteral("Stop"));
-    if (cdView) {
+    m_transport.currentMMControl->setWait(true);
+    m_transport.currentMMControl->setCommand(QStringLiteral("Stop"));
+    if (m_transport.cdView) {
         // Placeholder: the CD transport sets CDControl's From from txtCurrentPosition here.
     } else
         m_ui->WaveControl->setFrom(m_ui->sbTrackPos->value() * 1000);
-    currentMMControl->setWait(false);
-    currentMMControl->setCommand(QStringLiteral("Play"));
+    m_transport.currentMMControl->setWait(false);
+    m_transport.currentMMControl->setCommand(QStringLiteral("Play"));
     gvPlayRequested = true;
-    currentMMControl->setUpdateInterval(500);
-    scrollDragging = false;
+    m_transport.currentMMControl->setUpdateInterval(500);
+    m_transport.scrollDragging = false;
 }
 
 void frmMain::playFromLoopOn() {
     FS_PROC(kModule, "Sub playFromLoopOn");
     ms();
-    currentMMControl->setWait(true);
-    currentMMControl->setCommand(QStringLiteral("Stop"));
-    currentMMControl->setFrom(dtaLoopPoints->field(QStringLiteral("startTime")).toInt());
-    currentMMControl->setWait(false);
-    currentMMControl->setCommand(QStringLiteral("Play"));
-    currentMMControl->setUpdateInterval(500);
+    m_transport.currentMMControl->setWait(true);
+    m_transport.currentMMControl->setCommand(QStringLiteral("Stop"));
+    m_transport.currentMMControl->setFrom(
+        m_library.dtaLoopPoints->field(QStringLiteral("startTime")).toInt());
+    m_transport.currentMMControl->setWait(false);
+    m_transport.currentMMControl->setCommand(QStringLiteral("Play"));
+    m_transport.currentMMControl->setUpdateInterval(500);
     commitGridEdits();
     gvPlayRequested = true;
 }
