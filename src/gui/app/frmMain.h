@@ -164,6 +164,8 @@ public:
 
     // --- Transformation: the engine's procedures and the SlowPlay flow
     //     (transform/frmMain_slowPlay.cpp) ---------------------------------------------
+    // False when the loop is not to be played on: the engine failed (the user has been told),
+    // or a call made during its wait took over with newer values.
     bool slowItDown(double factor, double pitchfactor);
     qint16 doMFslowdown(double factor, double pitchfactor);
     void stopDLL();
@@ -306,6 +308,9 @@ public:
         std::atomic<int> engineJob{0};
         // What the wanted job ended with: 0 done, anything above 1 a failure (a full disk).
         int engineResult = 0;
+        // Counts the calls of slowItDown, so that one resuming after its wait knows whether
+        // another began meanwhile.
+        quint64 slowDownCalls = 0;
     };
     // Where the graph's markers stood, as parts of the sound's length, across a change of
     // speed (the wave graph's own procedures arrive with it).

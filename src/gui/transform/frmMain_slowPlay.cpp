@@ -205,12 +205,23 @@ bool frmMain::slowItDown(double factor, double pitchfactor) {
         w->setWait(true);
         w->setCommand(QStringLiteral("Close"));
     }
+    // Stopping waits and lets clicks in; a click that changed the speed or pitch meanwhile has
+    // run its own transformation on the newest values, and this one's are stale.
+    const quint64 call = ++m_transform.slowDownCalls;
     fs::ignoreErrors([&] { stopDLL(); });
+    if (call != m_transform.slowDownCalls) {
+        if (!gvRealtime)
+            QGuiApplication::restoreOverrideCursor();
+        return false;
+    }
     if (!gvRealtime && QFile::exists(scratch("tempslow.wav")))
         QFile::remove(scratch("tempslow.wav"));
     const qint16 code = doMFslowdown(factor, pitchfactor);
     if (!gvRealtime)
         QGuiApplication::restoreOverrideCursor();
+    // In real time the start waits too; a call during it has replaced this job.
+    if (call != m_transform.slowDownCalls)
+        return false;
     if (code == 0 || code == 1)
         return true;
     Prompts::msgBox(slowdownFailed(code));
