@@ -73,9 +73,3 @@ TEST(AppUtilities, SplitStrSkipsEmptyElementsAndStopsAtTheBound) {
     EXPECT_TRUE(ta.isEmpty());
 }
 
-TEST(AppUtilities, SmallHelpers) {
-    EXPECT_EQ(Ascii(QString()), 0);
-    EXPECT_EQ(Ascii(QStringLiteral("A")), 65);
-    EXPECT_EQ(mathMin(3, 7), 3);
-    EXPECT_EQ(mathMax(QStringLiteral("a"), QStringLiteral("b")), u"b");
-}

@@ -151,41 +151,6 @@ TEST_F(DialogTest, Combo1ChoosesThePanel) {
     EXPECT_EQ(text1->textCursor().selectedText(), QStringLiteral("a wa"));
 }
 
-TEST_F(DialogTest, StatusLineFollowsTheMouse) {
-    dlg.fill(fileNotFound(), kTree, 1, QStringLiteral("Cantavox"));
-    const std::pair<const char*, const char*> cases[] = {
-        {"nsCtrlContinue", "Press to acknowledge this error and continue."},
-        {"nsCtrlMore", "Press to break to design-mode in this procedure."},
-        {"nsHelp", "Press to show detailed help about this error."},
-        {"fsPrint", "Press to print this tabs data to the default printer."},
-        {"ErrLine", "The line number where the error happened"},
-        {"lblErrLine", "The line number where the error happened"},
-        {"ErrModule", "The error module"},
-        {"lblErrModule", "The error module"},
-        {"ErrNo", "The error number"},
-        {"lblErrNo", "The error number"},
-        {"ErrProcedure", "The error procedure"},
-        {"lblErrProcedure", "The error procedure"},
-        {"errProject", "The error source"},
-        {"lblErrProject", "The error source"},
-        {"ErrType", "The error category"},
-        {"lblErrType", "The error category"},
-        {"lblErrText", "A description of the error"},
-    };
-    for (const auto& [name, status] : cases) {
-        enter(w<QWidget>(name));
-        EXPECT_EQ(text("lblStatus"), QString::fromLatin1(status)) << name;
-        leave(w<QWidget>(name));
-        EXPECT_EQ(text("lblStatus"),
-                  QStringLiteral("Press 'Continue' to acknowledge this error and continue."))
-            << name;
-    }
-    w<QLabel>("lblStatus")->clear();
-    enter(&dlg);
-    EXPECT_EQ(text("lblStatus"),
-              QStringLiteral("Press 'Continue' to acknowledge this error and continue."));
-}
-
 TEST_F(DialogTest, AnswersOfTheButtons) {
     dlg.fill(fileNotFound(), kTree, 1, QStringLiteral("Cantavox"));
     dlg.show();

@@ -111,21 +111,6 @@ TEST_F(FsTest, CircularLogThatCannotOpenIsOffAndTheTraceGoesOn) {
     EXPECT_EQ(logLines().size(), 4); // the capture still runs
 }
 
-TEST_F(FsTest, CircularLogClass) {
-    const QString path = home.file(QStringLiteral("c.log"));
-    CircularLog tiny(path, 1, 10);
-    EXPECT_FALSE(tiny.open()); // no room for a line end
-    EXPECT_FALSE(QFileInfo::exists(path));
-
-    CircularLog log(path, 16, 0); // fewer than one record: every line goes to record 1
-    ASSERT_TRUE(log.open());
-    log.write(u"first line\r\n");
-    log.write(u"second");
-    const QByteArray file = readFile(path);
-    EXPECT_EQ(file, QByteArray("CIRCULAR\r\n") + QByteArray(16, '\0') + "second        \r\n");
-    EXPECT_EQ(log.nextRecord(), 1);
-}
-
 TEST_F(FsTest, MissingSettingsFileMeansDefaults) {
     step(1, QStringLiteral("a"));
     fs::trap(kMod, "Sub failing", [] { failing(); });

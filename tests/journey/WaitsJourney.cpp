@@ -9,6 +9,7 @@
 #include "app/AppPaths.h"
 
 #include <QAbstractItemView>
+#include <QApplication>
 #include <QLineEdit>
 #include <QSettings>
 #include <QSlider>
@@ -101,10 +102,14 @@ TEST_F(WaitsJourney, ClosingTheTrimWindowDuringItsEndPreviewLeavesTheStoredLoopT
         drive::waitFor([&] { return (trim = drive::shownWindow(QStringLiteral("frmTrim"))); }));
     auto* end = drive::in<QSlider>(trim, "slStart_1");
     ASSERT_NE(end, nullptr);
-    // A step of the end waits a second before the preview; Close comes within it.
-    end->setFocus();
+    // A click on the end's handle gives it the keyboard, which it keeps once it takes input
+    // again; an arrow key then steps the end, which waits a second before the preview, and
+    // Close comes within that wait.
+    drive::clickHandle(input, end);
+    ASSERT_TRUE(drive::waitFor([&] { return end->isEnabled(); }));
+    EXPECT_EQ(QApplication::focusWidget(), end) << "the slider clicked lost the keyboard";
     QTimer::singleShot(300, trim, [this, trim] { click(drive::in(trim, "cmdClose")); });
-    press(end, Qt::Key_Left);
+    press(QApplication::focusWidget(), Qt::Key_Left);
     EXPECT_TRUE(drive::waitFor([] { return !drive::shownWindow(QStringLiteral("frmTrim")); }))
         << "Close during the wait left the window up";
     EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();

@@ -265,8 +265,13 @@ void frmTrim::slStart_MouseDown(int Index) {
 
 void frmTrim::slStart_MouseUp(int Index) {
     FS_PROC(kModule, "Sub slStart_MouseUp", FS_ARG(Index));
-    // The slider lets go of the mouse; both take input again 300 ms later.
-    slStart(Index)->setEnabled(false);
+    // The slider lets go of the mouse; both take input again 300 ms later. Switching it off
+    // takes the keyboard from it, which the musician clicked it to move by the arrow keys:
+    // it gets the keyboard back with its input.
+    QSlider* slider = slStart(Index);
+    if (slider->hasFocus())
+        m_sliderWithFocus = slider;
+    slider->setEnabled(false);
     tmrSliderFreedom.start(300);
     m_host.player()->setUpdateInterval(500);
 }
@@ -276,6 +281,9 @@ void frmTrim::tmrSliderFreedom_Timer() {
     slStart(0)->setEnabled(true);
     slStart(1)->setEnabled(true);
     tmrSliderFreedom.stop();
+    if (m_sliderWithFocus)
+        m_sliderWithFocus->setFocus(Qt::OtherFocusReason);
+    m_sliderWithFocus = nullptr;
 }
 
 void frmTrim::cmdZoom_Click() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPointer>
 #include <QTimer>
 #include <QWidget>
 #include <memory>
@@ -59,5 +60,7 @@ protected:
 private:
     void Form_Load();
     TrimHost& m_host;
+    // The slider that had the keyboard when it let go of the mouse.
+    QPointer<QSlider> m_sliderWithFocus;
     std::unique_ptr<Ui::frmTrim> m_ui;
 };
