@@ -92,8 +92,8 @@ TEST_F(Trim, AMovedSliderIsHeardAtOnceAndSavedOnlyOnSave) {
     EXPECT_EQ(m->loops().outPt, 14000);
     EXPECT_EQ(m->panelText(QStringLiteral("pnlLoopLength")), u"Loop Length: 00:03");
     EXPECT_FALSE(s(t, 0)->isEnabled()) << "the slider lets go of the mouse";
-    QTest::qWait(400);
-    EXPECT_TRUE(s(t, 0)->isEnabled()) << "and works again 300 ms later";
+    EXPECT_TRUE(QTest::qWaitFor([&] { return s(t, 0)->isEnabled(); }, 3000))
+        << "and works again 300 ms later";
 
     // The next natural end repeats the trimmed loop.
     QSignalSpy done(w, &MMControl::Done);

@@ -240,8 +240,8 @@ TEST_F(SlowPlay, SliderAtZeroGivesFiveAndCodeSetsRunNothing) {
     EXPECT_EQ(u->txtSlowPct_0->text(), u"80");
     m->slSlowPct_MouseUp(0);
     EXPECT_FALSE(u->slSlowPct_0->isEnabled());
-    QTest::qWait(400);
-    EXPECT_TRUE(u->slSlowPct_0->isEnabled()) << "given back 300 ms after the release";
+    EXPECT_TRUE(QTest::qWaitFor([&] { return u->slSlowPct_0->isEnabled(); }, 3000))
+        << "given back 300 ms after the release";
     m->stopDLL();
 }
 
