@@ -1,8 +1,8 @@
 #include "app/Messages.h"
 
+#include "app/BusyHost.h"
 #include "app/Forms.h"
 #include "app/Prompts.h"
-#include "app/frmMain.h"
 #include "app/messageForm.h"
 #include "app/messages2.h"
 #include "failsafe/modFailSafe.h"
@@ -20,7 +20,16 @@
 namespace {
 const char* const kModule = "AppUtilities";
 std::function<double()> g_pauseClock;
+BusyHost* g_busyHost = nullptr;
 } // namespace
+
+void setBusyHost(BusyHost* host) {
+    g_busyHost = host;
+}
+
+BusyHost* busyHost() {
+    return g_busyHost;
+}
 
 double Timer() {
     const QTime now = QTime::currentTime();
@@ -51,8 +60,8 @@ void Message2(const QString& theString, const QString& theSource) {
     } else {
         if (messages2* box = formIfLoaded<messages2>())
             unloadForm(box);
-        if (frmMain* main = frmMain::instance())
-            main->setEnabled(true);
+        if (BusyHost* host = busyHost())
+            host->setBusy(false);
     }
     QCoreApplication::processEvents();
 }

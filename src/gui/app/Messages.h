@@ -3,6 +3,7 @@
 #include <QString>
 #include <functional>
 
+class BusyHost;
 class QWidget;
 
 // The busy messages, the yes/no question and the small window helpers the whole program
@@ -13,8 +14,12 @@ class QWidget;
 // A box that stays on top and can't be answered; "off" (exact case) takes it away.
 void Message(const QString& theString, const QString& newCaption = {});
 // A box with a Cancel button that knows what it cancels (source "ACD", "MF", ...); "off"
-// takes it away and enables the main window again.
+// takes it away and gives the busy host its input again.
 void Message2(const QString& theString, const QString& theSource = {});
+// The window the busy box keeps from input and whose work its Cancel stops; nullptr when
+// there is none. Not owned.
+void setBusyHost(BusyHost* host);
+BusyHost* busyHost();
 bool confirm(const QString& msg);
 void centerform(QWidget* frm);
 // Waits nSecond seconds in an event loop of its own: every event comes in, the thread

@@ -6,6 +6,7 @@
 #include "app/AppPaths.h"
 #include "app/Forms.h"
 #include "app/Main.h"
+#include "app/MainBusyHost.h"
 #include "app/Messages.h"
 #include "app/Prompts.h"
 #include "app/TimeFormats.h"
@@ -53,9 +54,11 @@ const QString kWebBase = QStringLiteral("https://cantavox.example.org/");
 } // namespace
 
 frmMain::frmMain()
-    : m_loopMarking(std::make_unique<MainLoopMarking>(*this)),
+    : m_busyHost(std::make_unique<MainBusyHost>(*this)),
+      m_loopMarking(std::make_unique<MainLoopMarking>(*this)),
       m_trimHost(std::make_unique<MainTrimHost>(*this)), m_ui(std::make_unique<Ui::frmMain>()) {
     g_instance = this;
+    setBusyHost(m_busyHost.get());
     ensureWindowResources();
     setObjectName(QStringLiteral("frmMain"));
     m_ui->setupUi(this);
@@ -110,6 +113,8 @@ frmMain::~frmMain() {
     setSlowPlayCallbackHandler(nullptr);
     if (playState == m_playState.get())
         playState = nullptr;
+    if (busyHost() == m_busyHost.get())
+        setBusyHost(nullptr);
     if (g_instance == this)
         g_instance = nullptr;
 }

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 
+class BusyHost;
 class KeyPreview;
 class LoopMarking;
 class MMControl;
@@ -364,6 +365,7 @@ private:
     KeyPreview* m_keyPreview = nullptr;
     // Whether a loop is armed; playState points at it while the window lives.
     std::unique_ptr<stateVariable> m_playState;
+    std::unique_ptr<BusyHost> m_busyHost;
     std::unique_ptr<LoopMarking> m_loopMarking;
     std::unique_ptr<TrimHost> m_trimHost;
     std::unique_ptr<Ui::frmMain> m_ui;

@@ -1,12 +1,10 @@
 #include "app/messages2.h"
 #include "ui_messages2.h"
 
+#include "app/BusyHost.h"
 #include "app/Forms.h"
 #include "app/Messages.h"
-#include "app/frmMain.h"
-#include "app/globals.h"
 #include "failsafe/modFailSafe.h"
-#include "transform/slowplayInterface.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -32,8 +30,8 @@ messages2::~messages2() = default;
 
 void messages2::Form_Load() {
     FS_PROC(kModule, "Sub Form_Load");
-    if (frmMain* main = frmMain::instance())
-        main->setEnabled(false);
+    if (BusyHost* host = busyHost())
+        host->setBusy(true);
     // The user must be able to reach Cancel.
     while (QGuiApplication::overrideCursor())
         QGuiApplication::restoreOverrideCursor();
@@ -41,8 +39,8 @@ void messages2::Form_Load() {
 
 void messages2::Form_Unload() {
     FS_PROC(kModule, "Sub Form_Unload");
-    if (frmMain* main = frmMain::instance())
-        main->setEnabled(true);
+    if (BusyHost* host = busyHost())
+        host->setBusy(false);
     if (QWidget* graph = findLoadedForm(QStringLiteral("frmScrollTime")))
         graph->raise();
 }
@@ -88,17 +86,12 @@ void messages2::btnCancel_Click() {
                 QStringLiteral("Click Yes to end the operation now; click No to continue waiting "
                                "for the operation to complete.")))
             return;
-        // Placeholder: the digital extraction work aborts the reader here when it is usable.
-        frmMain* main = frmMain::instance();
-        if (main)
-            main->setEnabled(true);
-        gvInSlowPlay = false;
-        if (main)
-            main->changeToMode(QStringLiteral("CD"));
+        if (BusyHost* host = busyHost())
+            host->cancelBusyWork(m_source);
         unloadForm(this);
     } else if (m_source == u"MF") {
-        if (frmMain* main = frmMain::instance())
-            main->stopDLL();
+        if (BusyHost* host = busyHost())
+            host->cancelBusyWork(m_source);
         unloadForm(this);
     } else {
         unloadForm(this);
