@@ -1,0 +1,168 @@
+#include "platform/CdDisc.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <atomic>
+#include <cdio/cdio.h>
+#include <cdio/cdtext.h>
+#include <cdio/logging.h>
+#include <cerrno>
+#include <fcntl.h>
+#include <linux/cdrom.h>
+#include <mutex>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+// What libcdio said last at warning level or above (its errors come with a failed call).
+thread_local QString t_lastLog;
+
+void quietLog(cdio_log_level_t level, const char* message) {
+    if (level >= CDIO_LOG_WARN && message)
+        t_lastLog = QString::fromLocal8Bit(message).trimmed();
+}
+
+QString fromCdText(const cdtext_t* text, cdtext_field_t field, track_t track) {
+    if (!text)
+        return {};
+    const char* value = cdtext_get_const(text, field, track);
+    return value ? QString::fromUtf8(value).trimmed() : QString();
+}
+
+} // namespace
+
+struct CdDisc::Handle {
+    CdIo_t* cdio = nullptr;
+    ~Handle() {
+        if (cdio)
+            cdio_destroy(cdio);
+    }
+};
+
+CdDisc::CdDisc() = default;
+CdDisc::~CdDisc() = default;
+
+void CdDisc::prepareLibrary() {
+    static std::once_flag once;
+    std::call_once(once, [] { cdio_log_set_handler(quietLog); });
+}
+
+CdDisc::Status CdDisc::status(const CdDrive& drive) {
+    if (drive.image) {
+        if (!QFileInfo(drive.device).isDir())
+            return Status::Missing;
+        return QFileInfo::exists(drive.cuePath()) ? Status::Present : Status::Empty;
+    }
+    const QByteArray path = QFile::encodeName(drive.device);
+    const int fd = ::open(path.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0)
+        return errno == EACCES || errno == EPERM ? Status::Denied : Status::Missing;
+    const int state = ::ioctl(fd, CDROM_DRIVE_STATUS, CDSL_CURRENT);
+    ::close(fd);
+    return state == CDS_DISC_OK ? Status::Present : Status::Empty;
+}
+
+bool CdDisc::open(const CdDrive& drive, QString& why) {
+    prepareLibrary();
+    close();
+    const Status now = status(drive);
+    if (now == Status::Denied) {
+        why = QStringLiteral("You may not read the CD drive %1. Ask for membership of its group "
+                             "(usually \"cdrom\") and log in again.")
+                  .arg(drive.device);
+        return false;
+    }
+    if (now != Status::Present) {
+        why = QStringLiteral("There is no disc in the CD drive %1.").arg(drive.shownName());
+        return false;
+    }
+    t_lastLog.clear();
+    auto handle = std::make_unique<Handle>();
+    // An image is opened by its cue sheet only: libcdio aborts on some other image kinds.
+    const QByteArray source = QFile::encodeName(drive.image ? drive.cuePath() : drive.device);
+    handle->cdio = cdio_open(source.constData(), drive.image ? DRIVER_BINCUE : DRIVER_DEVICE);
+    if (!handle->cdio) {
+        why = QStringLiteral("The disc in the CD drive %1 can't be read%2.")
+                  .arg(drive.shownName(),
+                       t_lastLog.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(t_lastLog));
+        return false;
+    }
+    Contents contents;
+    const track_t first = cdio_get_first_track_num(handle->cdio);
+    const track_t count = cdio_get_num_tracks(handle->cdio);
+    if (first == CDIO_INVALID_TRACK || count == CDIO_INVALID_TRACK || count == 0) {
+        why = QStringLiteral("The disc in the CD drive %1 has no tracks.").arg(drive.shownName());
+        return false;
+    }
+    const cdtext_t* text = cdio_get_cdtext(handle->cdio);
+    contents.title = fromCdText(text, CDTEXT_FIELD_TITLE, 0);
+    contents.performer = fromCdText(text, CDTEXT_FIELD_PERFORMER, 0);
+    for (track_t t = first; t < first + count; ++t) {
+        Track track;
+        track.number = t;
+        track.start = cdio_get_track_lsn(handle->cdio, t);
+        const lsn_t last = cdio_get_track_last_lsn(handle->cdio, t);
+        track.sectors = last >= track.start ? last - track.start + 1 : 0;
+        track.audio = cdio_get_track_format(handle->cdio, t) == TRACK_FORMAT_AUDIO;
+        track.title = fromCdText(text, CDTEXT_FIELD_TITLE, t);
+        contents.tracks.append(track);
+    }
+    contents.leadout = cdio_get_track_lsn(handle->cdio, CDIO_CDROM_LEADOUT_TRACK);
+    m_handle = std::move(handle);
+    m_contents = contents;
+    return true;
+}
+
+void CdDisc::close() {
+    m_handle.reset();
+    m_contents = {};
+}
+
+bool CdDisc::isOpen() const {
+    return m_handle && m_handle->cdio;
+}
+
+bool CdDisc::readAudio(qint32 start, int count, char* out, QString& why) {
+    if (!isOpen()) {
+        why = QStringLiteral("No disc is open.");
+        return false;
+    }
+    if (start < 0 || count <= 0 || start + count > m_contents.leadout) {
+        why = QStringLiteral("Sectors %1 to %2 are not on the disc.").arg(start).arg(start + count);
+        return false;
+    }
+    t_lastLog.clear();
+    if (cdio_read_audio_sectors(m_handle->cdio, out, start, unsigned(count)) != DRIVER_OP_SUCCESS) {
+        why = t_lastLog.isEmpty()
+                  ? QStringLiteral("The disc could not be read at sector %1.").arg(start)
+                  : t_lastLog;
+        return false;
+    }
+    return true;
+}
+
+bool CdDisc::eject(const CdDrive& drive, QString& why) {
+    prepareLibrary();
+    if (drive.image) {
+        // The image drive's tray is its cue sheet: renamed away, the drive is empty.
+        const QString cue = drive.cuePath();
+        QFile::remove(cue + QStringLiteral(".ejected"));
+        if (QFileInfo::exists(cue) && !QFile::rename(cue, cue + QStringLiteral(".ejected"))) {
+            why = QStringLiteral("The disc in %1 could not be taken out.").arg(drive.shownName());
+            return false;
+        }
+        return true;
+    }
+    // By the drive's name, never on an open handle: ejecting through a handle frees its
+    // insides, and destroying it afterwards would free them again.
+    t_lastLog.clear();
+    const QByteArray device = QFile::encodeName(drive.device);
+    if (cdio_eject_media_drive(device.constData()) != DRIVER_OP_SUCCESS) {
+        why = t_lastLog.isEmpty()
+                  ? QStringLiteral("The CD drive %1 did not open.").arg(drive.shownName())
+                  : t_lastLog;
+        return false;
+    }
+    return true;
+}

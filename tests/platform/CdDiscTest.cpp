@@ -1,0 +1,179 @@
+// The drives and discs of image drives, read through libcdio as a real drive is: the letters
+// the drives are called by, a disc coming and going, its table of contents and CD-Text names,
+// and every sample of its audio read back from where it lies.
+#include "CdImage.h"
+
+#include "platform/CdDisc.h"
+#include "platform/CdDrives.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtEndian>
+#include <gtest/gtest.h>
+#include <vector>
+
+namespace {
+
+class CdDiscTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_previous = qgetenv("CANTAVOX_CD");
+        qputenv("CANTAVOX_CD", root.path().toLocal8Bit());
+    }
+    void TearDown() override {
+        if (m_previous.isNull())
+            qunsetenv("CANTAVOX_CD");
+        else
+            qputenv("CANTAVOX_CD", m_previous);
+    }
+    QString drive(const char* name) {
+        const QString folder = root.path() + u'/' + QLatin1String(name);
+        QDir().mkpath(folder);
+        return folder;
+    }
+    CdDrive first() { return CdDrives::list().value(0); }
+    // Opens the only drive's disc, failing the test with the reason when it can't.
+    bool openFirst(CdDisc& disc) {
+        QString why;
+        const bool ok = disc.open(first(), why);
+        EXPECT_TRUE(ok) << why.toStdString();
+        return ok;
+    }
+
+    QTemporaryDir root;
+
+private:
+    QByteArray m_previous;
+};
+
+} // namespace
+
+TEST_F(CdDiscTest, DrivesAreLetteredFromDInTheOrderOfTheirFolders) {
+    EXPECT_TRUE(CdDrives::list().isEmpty());
+    EXPECT_EQ(CdDrives::letters(), QStringLiteral(""));
+    EXPECT_EQ(CdDrives::nthLetter(1), QStringLiteral(""));
+    drive("b-second");
+    drive("a-first");
+    const QList<CdDrive> drives = CdDrives::list();
+    ASSERT_EQ(drives.size(), 2);
+    EXPECT_EQ(CdDrives::letters(), QStringLiteral("DE"));
+    EXPECT_EQ(drives[0].shownName(),
+              QStringLiteral("D: ") + root.path() + QStringLiteral("/a-first"));
+    EXPECT_EQ(CdDrives::nthLetter(2), QStringLiteral("E"));
+    EXPECT_EQ(CdDrives::nthLetter(3), QStringLiteral(""));
+    EXPECT_EQ(CdDrives::nthLetter(0), QStringLiteral(""));
+    ASSERT_TRUE(CdDrives::byLetter(QStringLiteral("e:")));
+    EXPECT_TRUE(
+        CdDrives::byLetter(QStringLiteral("e:"))->device.endsWith(QStringLiteral("b-second")));
+    EXPECT_FALSE(CdDrives::byLetter(QStringLiteral("F")));
+}
+
+TEST_F(CdDiscTest, ADiscIsThereFromItsCueSheetOnAndGoneWithIt) {
+    const QString folder = drive("d");
+    EXPECT_EQ(CdDisc::status(first()), CdDisc::Status::Empty);
+    CdDisc disc;
+    QString why;
+    EXPECT_FALSE(disc.open(first(), why));
+    EXPECT_EQ(why, QStringLiteral("There is no disc in the CD drive D: ") + folder +
+                       QStringLiteral("."));
+    // The bin alone is a disc still arriving.
+    ASSERT_TRUE(cdimage::insert(folder, {{{30.0}}}));
+    ASSERT_TRUE(
+        QFile::rename(folder + QStringLiteral("/disc.cue"), folder + QStringLiteral("/hold")));
+    EXPECT_EQ(CdDisc::status(first()), CdDisc::Status::Empty);
+    ASSERT_TRUE(
+        QFile::rename(folder + QStringLiteral("/hold"), folder + QStringLiteral("/disc.cue")));
+    EXPECT_EQ(CdDisc::status(first()), CdDisc::Status::Present);
+
+    ASSERT_TRUE(CdDisc::eject(first(), why)) << why.toStdString();
+    EXPECT_EQ(CdDisc::status(first()), CdDisc::Status::Empty);
+    QDir(folder).removeRecursively();
+    EXPECT_EQ(CdDisc::status(CdDrive{QStringLiteral("D"), folder, true}), CdDisc::Status::Missing);
+}
+
+TEST_F(CdDiscTest, TheContentsGiveEveryTrackItsSectorsKindAndName) {
+    cdimage::Disc spec;
+    spec.title = QStringLiteral("Ça m'énerve, d'après Müller");
+    spec.performer = QStringLiteral("Trio Élan");
+    spec.tracks = {{30.0, true, QStringLiteral("Überleitung")}, {61.5, true, {}}, {4.0, false, {}}};
+    ASSERT_TRUE(cdimage::insert(drive("d"), spec));
+    CdDisc disc;
+    ASSERT_TRUE(openFirst(disc));
+    const CdDisc::Contents& c = disc.contents();
+    EXPECT_EQ(c.title, spec.title);
+    EXPECT_EQ(c.performer, spec.performer);
+    ASSERT_EQ(c.tracks.size(), 3);
+    EXPECT_EQ(c.tracks[0].number, 1);
+    EXPECT_EQ(c.tracks[0].start, 0);
+    EXPECT_EQ(c.tracks[0].sectors, 2250);
+    EXPECT_EQ(c.tracks[0].title, QStringLiteral("Überleitung"));
+    EXPECT_EQ(c.tracks[1].start, 2250);
+    EXPECT_EQ(c.tracks[1].sectors, cdimage::sectorsOf(61.5));
+    EXPECT_TRUE(c.tracks[1].title.isEmpty());
+    EXPECT_TRUE(c.tracks[1].audio);
+    EXPECT_FALSE(c.tracks[2].audio) << "a data track is no music";
+    EXPECT_EQ(c.leadout, 2250 + cdimage::sectorsOf(61.5) + 300);
+    EXPECT_EQ(CdDisc::sectorsToMs(c.tracks[0].sectors), 30000);
+    EXPECT_EQ(CdDisc::sectorsToMs(1), 13) << "whole milliseconds of whole sectors";
+}
+
+TEST_F(CdDiscTest, EverySampleReadComesFromWhereItLiesOnTheDisc) {
+    ASSERT_TRUE(cdimage::insert(drive("d"), {{{20.0}, {40.0}}}));
+    CdDisc disc;
+    ASSERT_TRUE(openFirst(disc));
+    // A stretch across the join of the two tracks, and the disc's very last sectors.
+    for (const qint32 start : {1490, 1500 + 3000 - 7}) {
+        const int count = 7;
+        std::vector<char> bytes(size_t(count) * CdDisc::kSectorBytes);
+        QString why;
+        ASSERT_TRUE(disc.readAudio(start, count, bytes.data(), why)) << why.toStdString();
+        const auto* s = reinterpret_cast<const qint16*>(bytes.data());
+        for (int f = 0; f < count * CdDisc::kFramesPerSector; ++f) {
+            const qint64 expected = qint64(start) * CdDisc::kFramesPerSector + f;
+            ASSERT_EQ(
+                cdimage::frameOf(qFromLittleEndian(s[2 * f]), qFromLittleEndian(s[2 * f + 1])),
+                expected)
+                << "frame " << f << " of a read from sector " << start;
+        }
+    }
+    std::vector<char> one(CdDisc::kSectorBytes);
+    QString why;
+    EXPECT_FALSE(disc.readAudio(4500, 1, one.data(), why)) << "past the last sector";
+    EXPECT_FALSE(why.isEmpty());
+    disc.close();
+    EXPECT_FALSE(disc.readAudio(0, 1, one.data(), why));
+}
+
+TEST_F(CdDiscTest, BrokenImagesAreRefusedOrReadAsFarAsTheyGoWithoutEndingTheProgram) {
+    // A cue sheet whose bin is missing.
+    const QString lost = drive("d-lost");
+    ASSERT_TRUE(cdimage::insert(lost, {{{10.0}}}));
+    ASSERT_TRUE(QFile::remove(lost + QStringLiteral("/disc.bin")));
+    CdDisc disc;
+    QString why;
+    EXPECT_FALSE(disc.open(CdDrives::list().value(0), why));
+    EXPECT_TRUE(why.startsWith(QStringLiteral("The disc in the CD drive D: ")))
+        << why.toStdString();
+    QDir(lost).removeRecursively();
+
+    // A bin cut short: the last track ends where the sound does.
+    const QString cut = drive("e-cut");
+    ASSERT_TRUE(cdimage::insert(cut, {{{10.0}, {10.0}}}));
+    QFile bin(cut + QStringLiteral("/disc.bin"));
+    ASSERT_TRUE(bin.resize(qint64(1100) * CdDisc::kSectorBytes));
+    ASSERT_TRUE(disc.open(first(), why)) << why.toStdString();
+    EXPECT_EQ(disc.contents().leadout, 1100);
+    EXPECT_EQ(disc.contents().tracks[1].sectors, 350);
+
+    // Ninety-nine tracks, the most a disc holds.
+    QDir(cut).removeRecursively();
+    cdimage::Disc many;
+    for (int i = 0; i < 99; ++i)
+        many.tracks.append(cdimage::Track{2.0, true, {}});
+    ASSERT_TRUE(cdimage::insert(drive("f-many"), many));
+    ASSERT_TRUE(disc.open(first(), why)) << why.toStdString();
+    EXPECT_EQ(disc.contents().tracks.size(), 99);
+    EXPECT_EQ(disc.contents().tracks[98].number, 99);
+    EXPECT_EQ(disc.contents().tracks[98].start, 98 * 150);
+}
