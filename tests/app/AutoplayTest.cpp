@@ -10,28 +10,21 @@
 
 #include <QProcess>
 #include <QSettings>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
-const char* kSchema = "org.gnome.desktop.media-handling";
-
-QString gsettings(const QStringList& args) {
+// Reads the list of media that take an action ("start-app", "ignore", ...), or sets it.
+QString list(const char* action, const char* value = nullptr) {
+    QStringList args{QStringLiteral("org.gnome.desktop.media-handling"),
+                     QStringLiteral("autorun-x-content-") + QLatin1StringView(action)};
+    args.prepend(value ? QStringLiteral("set") : QStringLiteral("get"));
+    if (value)
+        args << QString::fromLatin1(value);
     QProcess p;
     p.start(QStringLiteral("gsettings"), args);
     p.waitForFinished(5000);
     return QString::fromUtf8(p.readAllStandardOutput()).trimmed();
-}
-
-QString listOf(const char* word) {
-    return gsettings({QStringLiteral("get"), QString::fromLatin1(kSchema),
-                      QStringLiteral("autorun-x-content-") + QString::fromLatin1(word)});
-}
-
-void setList(const char* word, const QString& value) {
-    gsettings({QStringLiteral("set"), QString::fromLatin1(kSchema),
-               QStringLiteral("autorun-x-content-") + QString::fromLatin1(word), value});
 }
 
 QString previousAutoplay() {
@@ -40,38 +33,39 @@ QString previousAutoplay() {
         .toString();
 }
 
+const char* const kBoth = "['x-content/audio-cdda', 'x-content/video-dvd']";
+
 class Autoplay : public ::testing::Test {
 protected:
     void SetUp() override {
         if (!DesktopAutoplay::available())
             GTEST_SKIP() << "this machine has no desktop media-handling settings";
-        setList("start-app", QStringLiteral("['x-content/audio-cdda', 'x-content/video-dvd']"));
-        setList("ignore", QStringLiteral("@as []"));
-        setList("open-folder", QStringLiteral("@as []"));
+        list("start-app", kBoth);
+        list("ignore", "@as []");
+        list("open-folder", "@as []");
     }
     TestHome home;
 };
 } // namespace
 
+// Audio CDs stop starting an application while the program runs (other media keep theirs),
+// and get back what they had, asking the user included.
 TEST_F(Autoplay, TakenAwayAtLoadAndGivenBackAtUnload) {
-    autoplay(false);
-    EXPECT_EQ(previousAutoplay(), u"start-app");
-    EXPECT_EQ(listOf("start-app"), u"['x-content/video-dvd']") << "other media keep theirs";
-    EXPECT_EQ(listOf("ignore"), u"['x-content/audio-cdda']");
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {kBoth, "start-app", "['x-content/video-dvd', 'x-content/audio-cdda']"},
+        {"@as []", "ask", "@as []"},
+    };
+    for (const auto& [before, previous, after] : cases) {
+        list("start-app", before);
+        autoplay(false);
+        EXPECT_EQ(previousAutoplay(), QLatin1StringView(previous));
+        EXPECT_EQ(list("ignore"), u"['x-content/audio-cdda']");
+        EXPECT_FALSE(list("start-app").contains(u"audio-cdda"));
 
-    autoplay(true);
-    EXPECT_EQ(listOf("start-app"), u"['x-content/video-dvd', 'x-content/audio-cdda']");
-    EXPECT_EQ(listOf("ignore"), u"@as []");
-}
-
-TEST_F(Autoplay, AskingTheUserIsAlsoGivenBack) {
-    setList("start-app", QStringLiteral("@as []"));
-    autoplay(false);
-    EXPECT_EQ(previousAutoplay(), u"ask");
-    EXPECT_EQ(listOf("ignore"), u"['x-content/audio-cdda']");
-    autoplay(true);
-    EXPECT_EQ(listOf("ignore"), u"@as []");
-    EXPECT_EQ(listOf("start-app"), u"@as []");
+        autoplay(true);
+        EXPECT_EQ(list("start-app"), QLatin1StringView(after));
+        EXPECT_EQ(list("ignore"), u"@as []");
+    }
 }
 
 TEST_F(Autoplay, TheProgramHoldsItWhileRunning) {
@@ -79,9 +73,9 @@ TEST_F(Autoplay, TheProgramHoldsItWhileRunning) {
         ProgramRun run;
         run.start();
         ASSERT_TRUE(run.waitUntilRunning());
-        EXPECT_EQ(listOf("ignore"), u"['x-content/audio-cdda']");
+        EXPECT_EQ(list("ignore"), u"['x-content/audio-cdda']");
     }
-    EXPECT_EQ(listOf("start-app"), u"['x-content/video-dvd', 'x-content/audio-cdda']");
+    EXPECT_EQ(list("start-app"), u"['x-content/video-dvd', 'x-content/audio-cdda']");
     EXPECT_TRUE(Prompts::log().isEmpty());
 }
 
@@ -93,17 +87,17 @@ TEST(AutoplayAbsent, WithoutTheDesktopSettingNothingHappensSilently) {
     qputenv("XDG_DATA_DIRS", empty.path().toUtf8());
     qputenv("GSETTINGS_SCHEMA_DIR", empty.path().toUtf8());
     Prompts::clear();
-    EXPECT_FALSE(DesktopAutoplay::available());
+    const bool available = DesktopAutoplay::available();
     autoplay(false);
     autoplay(true);
-    if (dataDirs.isNull())
-        qunsetenv("XDG_DATA_DIRS");
-    else
-        qputenv("XDG_DATA_DIRS", dataDirs);
-    if (schemaDir.isNull())
-        qunsetenv("GSETTINGS_SCHEMA_DIR");
-    else
-        qputenv("GSETTINGS_SCHEMA_DIR", schemaDir);
+    for (const auto& [name, value] :
+         {std::pair{"XDG_DATA_DIRS", dataDirs}, std::pair{"GSETTINGS_SCHEMA_DIR", schemaDir}}) {
+        if (value.isNull())
+            qunsetenv(name);
+        else
+            qputenv(name, value);
+    }
+    EXPECT_FALSE(available);
     EXPECT_TRUE(Prompts::log().isEmpty());
     EXPECT_EQ(previousAutoplay(), u"<none>");
 }

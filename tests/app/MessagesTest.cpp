@@ -41,11 +41,19 @@ TEST(Message, ShowsUntilOffWhichComparesExactly) {
     ProgramRun::settle();
 }
 
-TEST(Message2, CancelBoxDisablesTheMainWindowAndOffGivesItBack) {
+namespace {
+class Message2Test : public ::testing::Test {
+protected:
+    void SetUp() override {
+        run.start();
+        ASSERT_TRUE(run.waitUntilRunning());
+    }
     TestHome home;
     ProgramRun run;
-    run.start();
-    ASSERT_TRUE(run.waitUntilRunning());
+};
+} // namespace
+
+TEST_F(Message2Test, CancelBoxDisablesTheMainWindowAndOffGivesItBack) {
     Message2(QStringLiteral("Recording..."), QStringLiteral("Analog Recording"));
     auto* box = formIfLoaded<messages2>();
     ASSERT_NE(box, nullptr);
@@ -53,7 +61,6 @@ TEST(Message2, CancelBoxDisablesTheMainWindowAndOffGivesItBack) {
     EXPECT_EQ(box->text(), u"Recording...");
     EXPECT_EQ(box->source(), u"Analog Recording");
     EXPECT_FALSE(box->ui()->btnCancel->isHidden());
-    EXPECT_TRUE(box->ui()->lblNoInterrupt->isHidden());
     EXPECT_FALSE(run.main()->isEnabled());
 
     Message2(QStringLiteral("off"));
@@ -61,24 +68,17 @@ TEST(Message2, CancelBoxDisablesTheMainWindowAndOffGivesItBack) {
     EXPECT_TRUE(run.main()->isEnabled());
 }
 
-TEST(Message2, CancelOfAnUnknownSourceOnlyClosesTheBox) {
-    TestHome home;
-    ProgramRun run;
-    run.start();
-    ASSERT_TRUE(run.waitUntilRunning());
+TEST_F(Message2Test, CancelOfAnUnknownSourceOnlyClosesTheBox) {
     run.main()->changeToMode(QStringLiteral("SlowPlay"));
     Message2(QStringLiteral("Working"), QStringLiteral("something"));
     formIfLoaded<messages2>()->ui()->btnCancel->click();
     EXPECT_FALSE(isLoaded(QStringLiteral("messages2")));
     EXPECT_TRUE(gvInSlowPlay) << "the work goes on";
+    EXPECT_TRUE(run.main()->isEnabled());
     EXPECT_TRUE(Prompts::log().isEmpty());
 }
 
-TEST(Message2, CancelOfADigitalReadAsksFirstAndYesGoesBackToCd) {
-    TestHome home;
-    ProgramRun run;
-    run.start();
-    ASSERT_TRUE(run.waitUntilRunning());
+TEST_F(Message2Test, CancelOfADigitalReadAsksFirstAndYesGoesBackToCd) {
     run.main()->changeToMode(QStringLiteral("SlowPlay"));
     Message2(QStringLiteral("Reading digitally"), QStringLiteral("ACD"));
     auto* box = formIfLoaded<messages2>();
@@ -87,11 +87,7 @@ TEST(Message2, CancelOfADigitalReadAsksFirstAndYesGoesBackToCd) {
     Prompts::pushAnswer(vb::vbNo);
     box->ui()->btnCancel->click();
     ASSERT_EQ(Prompts::log().size(), 1);
-    EXPECT_EQ(Prompts::log()[0].text,
-              u"Due to the non-standard nature of computer-to-CD-ROM digital audio interfaces, "
-              "after cancelling this operation, your computer may have to be restarted before "
-              "digital recording will work again.\n\nClick Yes to end the operation now; click "
-              "No to continue waiting for the operation to complete.");
+    EXPECT_TRUE(Prompts::log()[0].text.contains(u"may have to be restarted"));
     EXPECT_EQ(Prompts::log()[0].buttons, vb::vbYesNo + vb::vbQuestion);
     EXPECT_TRUE(isLoaded(QStringLiteral("messages2"))) << "No keeps waiting";
     EXPECT_TRUE(gvInSlowPlay);
@@ -104,18 +100,7 @@ TEST(Message2, CancelOfADigitalReadAsksFirstAndYesGoesBackToCd) {
     EXPECT_TRUE(run.main()->isEnabled());
 }
 
-TEST(Confirm, IsAYesNoQuestionUnderTheProgramsTitle) {
-    Prompts::clear();
-    Prompts::pushAnswer(vb::vbNo);
-    EXPECT_FALSE(confirm(QStringLiteral("Can you hear the CD playing?")));
-    Prompts::pushAnswer(QStringLiteral("Yes"));
-    EXPECT_TRUE(confirm(QStringLiteral("Can you hear the CD playing?")));
-    ASSERT_EQ(Prompts::log().size(), 2);
-    EXPECT_EQ(Prompts::log()[0].title, u"Cantavox");
-    EXPECT_EQ(Prompts::log()[0].text, u"Can you hear the CD playing?");
-}
-
-TEST(Prompts, UnansweredPromptsTakeTheirDefaults) {
+TEST(Prompts, UnansweredPromptsTakeTheirDefaultsAndConfirmIsAYesNoQuestion) {
     Prompts::clear();
     EXPECT_EQ(Prompts::msgBox(QStringLiteral("a"), vb::vbRetryCancel), vb::vbRetry);
     EXPECT_EQ(Prompts::msgBox(QStringLiteral("b"), vb::vbYesNoCancel), vb::vbYes);
@@ -129,16 +114,69 @@ TEST(Prompts, UnansweredPromptsTakeTheirDefaults) {
     ASSERT_EQ(Prompts::log().size(), 6);
     EXPECT_EQ(Prompts::log()[3].kind, u"input");
     EXPECT_EQ(Prompts::log()[3].title, u"Drive");
+
+    Prompts::clear();
+    Prompts::pushAnswer(vb::vbNo);
+    EXPECT_FALSE(confirm(QStringLiteral("Can you hear the CD playing?")));
+    Prompts::pushAnswer(QStringLiteral("Yes"));
+    EXPECT_TRUE(confirm(QStringLiteral("Can you hear the CD playing?")));
+    ASSERT_EQ(Prompts::log().size(), 2);
+    EXPECT_EQ(Prompts::log()[0].title, u"Cantavox");
+    EXPECT_EQ(Prompts::log()[0].buttons, vb::vbYesNo + vb::vbQuestion);
 }
 
-TEST(Pause, WaitsWhileEventsRunAndSurvivesMidnight) {
+namespace {
+// A clock for Pause that moves only when the test moves it. A wait that has not ended
+// 10 s on would never end: the test then fails and ends its process instead of hanging.
+class StillClock {
+public:
+    StillClock() {
+        setPauseClock([this] {
+            ++reads;
+            return now;
+        });
+        m_guard.setSingleShot(true);
+        QObject::connect(&m_guard, &QTimer::timeout, [] {
+            ADD_FAILURE() << "a wait did not end";
+            std::fflush(stdout);
+            std::_Exit(1);
+        });
+        m_guard.start(10000);
+    }
+    ~StillClock() { setPauseClock(nullptr); }
+    StillClock(const StillClock&) = delete;
+    StillClock& operator=(const StillClock&) = delete;
+
+    double now = 1000;
+    int reads = 0; // how often a wait has read the clock
+
+private:
+    QTimer m_guard;
+};
+
+double cpuSecondsOfThisThread() {
+    rusage u{};
+    getrusage(RUSAGE_THREAD, &u);
+    return double(u.ru_utime.tv_sec + u.ru_stime.tv_sec) +
+           double(u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
+}
+
+} // namespace
+
+// A wait sleeps: a program that only waits must not spin a core (and the fan) up. Only this
+// thread's time counts, so that threads other tests left behind don't.
+TEST(Pause, WaitsWhileEventsRunLeavesTheProcessorIdleAndSurvivesMidnight) {
     bool fired = false;
     QTimer::singleShot(10, [&] { fired = true; });
     QElapsedTimer t;
     t.start();
-    Pause(0.1f);
-    EXPECT_GE(t.elapsed(), 95);
+    const double cpuBefore = cpuSecondsOfThisThread();
+    Pause(0.5f);
+    const double cpu = cpuSecondsOfThisThread() - cpuBefore;
+    const double waited = double(t.nsecsElapsed()) / 1e9;
+    EXPECT_GE(waited, 0.495);
     EXPECT_TRUE(fired) << "the event loop ran during the pause";
+    EXPECT_LT(cpu, waited / 4) << cpu << " s of processor time in a wait of " << waited << " s";
 
     // A clock that starts just before midnight and wraps to 0.
     double now = 86399.95;
@@ -154,41 +192,6 @@ TEST(Pause, WaitsWhileEventsRunAndSurvivesMidnight) {
     EXPECT_NEAR(now, 0.165, 0.02) << "ends 0.2 s of clock after it began";
     EXPECT_LT(t.elapsed(), 2000);
 }
-
-namespace {
-
-// A clock for Pause that moves only when the test moves it. A wait that has not ended
-// 10 s on would never end: the test then fails and ends its process instead of hanging.
-class StillClock {
-public:
-    StillClock() {
-        setPauseClock([this] { return now; });
-        m_guard.setSingleShot(true);
-        QObject::connect(&m_guard, &QTimer::timeout, [] {
-            ADD_FAILURE() << "a wait did not end";
-            std::fflush(stdout);
-            std::_Exit(1);
-        });
-        m_guard.start(10000);
-    }
-    ~StillClock() { setPauseClock(nullptr); }
-    StillClock(const StillClock&) = delete;
-    StillClock& operator=(const StillClock&) = delete;
-
-    double now = 1000;
-
-private:
-    QTimer m_guard;
-};
-
-double cpuSecondsOfThisThread() {
-    rusage u{};
-    getrusage(RUSAGE_THREAD, &u);
-    return double(u.ru_utime.tv_sec + u.ru_stime.tv_sec) +
-           double(u.ru_utime.tv_usec + u.ru_stime.tv_usec) / 1e6;
-}
-
-} // namespace
 
 // A click during a wait may start another wait (a second Cancel of a transform runs stopDLL
 // again): the inner one returns first, and the outer one then waits out what is left of its
@@ -219,16 +222,23 @@ TEST(Pause, APauseBegunDuringAnotherEndsFirstAndTheOuterKeepsItsOwnTime) {
 TEST(Pause, AnOuterPauseWhoseTimeRanOutDuringAnInnerOneReturnsRightAfterIt) {
     StillClock clock;
     QStringList events;
+    // Each wait reads the clock once a slice, so three reads take longer than a slice of
+    // either: by then the outer one has seen its end while the inner one still runs.
+    int readsAtJump = 0;
+    QTimer later;
+    QObject::connect(&later, &QTimer::timeout, [&] {
+        if (clock.reads < readsAtJump + 3)
+            return;
+        later.stop();
+        clock.now += 1.0;
+        events << QStringLiteral("2.2 s");
+    });
     QTimer::singleShot(0, [&] {
         QTimer::singleShot(0, [&] {
             clock.now += 1.2; // the outer's 1 s are over, the inner's 2 s not
             events << QStringLiteral("1.2 s");
-            // Later than a slice of either wait, so that the outer one has seen its end
-            // while the inner one still runs.
-            QTimer::singleShot(200, [&] {
-                clock.now += 1.0;
-                events << QStringLiteral("2.2 s");
-            });
+            readsAtJump = clock.reads;
+            later.start(1);
         });
         Pause(2.0f);
         events << QStringLiteral("inner returned");
@@ -255,16 +265,4 @@ TEST(Pause, LastsItsTimeWhileTheApplicationIsQuitting) {
     // The application's own loop takes the mark away when it ends.
     QTimer::singleShot(0, qApp, &QCoreApplication::quit);
     QCoreApplication::exec();
-}
-
-// A wait sleeps: a program that only waits must not spin a core (and the fan) up. Only this
-// thread's time counts, so that threads other tests left behind don't.
-TEST(Pause, LeavesTheProcessorIdle) {
-    QElapsedTimer wall;
-    wall.start();
-    const double cpuBefore = cpuSecondsOfThisThread();
-    Pause(0.5f);
-    const double cpu = cpuSecondsOfThisThread() - cpuBefore;
-    const double waited = double(wall.nsecsElapsed()) / 1e9;
-    EXPECT_LT(cpu, waited / 4) << cpu << " s of processor time in a wait of " << waited << " s";
 }

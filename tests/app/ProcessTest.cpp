@@ -1,7 +1,5 @@
 // The real executable as a child process: it comes up, and a termination signal ends it
 // through the same shutdown as File, Exit, with exit status 0.
-#include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -14,6 +12,16 @@ struct Child {
     QTemporaryDir home;
     QProcess process;
 
+    QString file(const char* name) const { return home.path() + u'/' + QLatin1StringView(name); }
+    QByteArray read(const char* name) const {
+        QFile f(file(name));
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    }
+    void write(const char* name, const QByteArray& data) const {
+        QFile f(file(name));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(data);
+    }
     void start(const QString& homePath) {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("CANTAVOX_HOME"), homePath);
@@ -24,28 +32,6 @@ struct Child {
         process.start(QStringLiteral(CANTAVOX_BINARY), {});
         process.waitForStarted(10000);
     }
-    // The trace's capture file tells when the after-load timer has finished.
-    bool waitUntilRunning(int timeoutMs = 15000) {
-        QElapsedTimer t;
-        t.start();
-        while (t.elapsed() < timeoutMs && process.state() == QProcess::Running) {
-            QTest::qWait(50);
-            QFile log(home.path() + QStringLiteral("/trace.log"));
-            if (log.open(QIODevice::ReadOnly) && log.readAll().contains("Sub ShowHint"))
-                return true;
-        }
-        return false;
-    }
-    void prepare() {
-        QFile ini(home.path() + QStringLiteral("/FSCLIENT.INI"));
-        ini.open(QIODevice::WriteOnly);
-        ini.write("[log file]\r\nCapture To Disk=1\r\nLog File=trace.log\r\n");
-        for (const char* name : {"/temp.wav", "/tempslow.wav"}) {
-            QFile f(home.path() + QString::fromLatin1(name));
-            f.open(QIODevice::WriteOnly);
-            f.write("RIFF");
-        }
-    }
 };
 } // namespace
 
@@ -53,19 +39,26 @@ class Termination : public ::testing::TestWithParam<int> {};
 
 TEST_P(Termination, SignalEndsThroughExitProgramWithStatusZero) {
     Child child;
-    child.prepare();
+    // The trace's capture file tells when the after-load timer has finished.
+    child.write("FSCLIENT.INI", "[log file]\r\nCapture To Disk=1\r\nLog File=trace.log\r\n");
+    child.write("temp.wav", "RIFF");
+    child.write("tempslow.wav", "RIFF");
     child.start(child.home.path());
-    ASSERT_TRUE(child.waitUntilRunning()) << child.process.readAllStandardError().toStdString();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            return child.process.state() != QProcess::Running ||
+                   child.read("trace.log").contains("Sub ShowHint");
+        },
+        15000));
+    ASSERT_EQ(child.process.state(), QProcess::Running)
+        << child.process.readAllStandardError().toStdString();
     ::kill(static_cast<pid_t>(child.process.processId()), GetParam());
     ASSERT_TRUE(child.process.waitForFinished(10000));
     EXPECT_EQ(child.process.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(child.process.exitCode(), 0);
-    EXPECT_FALSE(QFile::exists(child.home.path() + QStringLiteral("/temp.wav")));
-    EXPECT_FALSE(QFile::exists(child.home.path() + QStringLiteral("/tempslow.wav")));
-    QFile log(child.home.path() + QStringLiteral("/trace.log"));
-    ASSERT_TRUE(log.open(QIODevice::ReadOnly));
-    const QByteArray trace = log.readAll();
-    EXPECT_TRUE(trace.contains("Sub Form_Unload"));
+    EXPECT_FALSE(QFile::exists(child.file("temp.wav")));
+    EXPECT_FALSE(QFile::exists(child.file("tempslow.wav")));
+    EXPECT_TRUE(child.read("trace.log").contains("Sub Form_Unload"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, Termination, ::testing::Values(SIGTERM, SIGINT));

@@ -26,36 +26,27 @@ void writeFile(const QByteArray& content) {
     ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
     f.write(content);
 }
-
 } // namespace
 
-TEST(Preferences, FirstReadStoresTheDefaultAndLaterReadsKeepTheStoredValue) {
+TEST(Preferences, AMissingOrEmptyValueTakesTheDefaultWhichIsStoredAndThenKept) {
     TestHome home;
+    Preference p;
+    p.setPreferenceName(QStringLiteral("AutoSlow"));
+    EXPECT_EQ(p.Value().toString(), u"N/A");
     bool b = false;
     readPref(QStringLiteral("AutoSlow"), b, true);
     EXPECT_TRUE(b);
     EXPECT_EQ(storedPref(QStringLiteral("AutoSlow")), u"True");
 
+    writeFile("[Preferences]\nSoundQuality=\n");
+    p.setPreferenceName(QStringLiteral("SoundQuality"));
+    EXPECT_EQ(p.Value().toString(), u"N/A");
     qint16 q = 0;
     readPref(QStringLiteral("SoundQuality"), q, 3);
     EXPECT_EQ(q, 3);
     EXPECT_EQ(storedPref(QStringLiteral("SoundQuality")), u"3");
-    // A new default doesn't overwrite what is stored.
     readPref(QStringLiteral("SoundQuality"), q, 1);
-    EXPECT_EQ(q, 3);
-}
-
-TEST(Preferences, MissingAndEmptyValuesReadAsNA) {
-    TestHome home;
-    Preference p;
-    p.setPreferenceName(QStringLiteral("dbVersion"));
-    EXPECT_EQ(p.Value().toString(), u"N/A");
-    writeFile("[Preferences]\ndbVersion=\n");
-    p.setPreferenceName(QStringLiteral("dbVersion"));
-    EXPECT_EQ(p.Value().toString(), u"N/A");
-    QString s;
-    readPref(QStringLiteral("dbVersion"), s, QStringLiteral("6"));
-    EXPECT_EQ(s, u"6") << "an empty value counts as missing, so the default applies";
+    EXPECT_EQ(q, 3) << "a new default doesn't overwrite what is stored";
 }
 
 TEST(Preferences, ValuesSurviveARestartAsTheirText) {
@@ -71,10 +62,9 @@ TEST(Preferences, ValuesSurviveARestartAsTheirText) {
     EXPECT_EQ(rate, 48000);
 
     // Another program run: only the file carries the values.
-    QSettings s(settingsFile(), QSettings::IniFormat);
-    EXPECT_EQ(s.value(QStringLiteral("Preferences/DeleteTempFiles")).toString(), u"False");
-    EXPECT_EQ(s.value(QStringLiteral("Preferences/MCI CD letter")).toString(), u"D");
-    EXPECT_EQ(s.value(QStringLiteral("Preferences/RecordingSampleRate")).toString(), u"48000");
+    EXPECT_EQ(storedPref(QStringLiteral("DeleteTempFiles")), u"False");
+    EXPECT_EQ(storedPref(QStringLiteral("MCI CD letter")), u"D");
+    EXPECT_EQ(storedPref(QStringLiteral("RecordingSampleRate")), u"48000");
     bool back = true;
     readPref(QStringLiteral("DeleteTempFiles"), back, true);
     EXPECT_FALSE(back);
@@ -85,12 +75,11 @@ TEST(Preferences, TextConversionsFollowTheRunTime) {
     writeFile("[Preferences]\nA=maybe\nB=true\nC=0\nD=-1\nE=twelve\nF=12abc\nG=40000\nH=2.5\n");
     bool b = false;
     EXPECT_EQ(errorOf([&] { readPref(QStringLiteral("A"), b, true); }), errnum::TypeMismatch);
-    readPref(QStringLiteral("B"), b, false);
-    EXPECT_TRUE(b);
-    readPref(QStringLiteral("C"), b, true);
-    EXPECT_FALSE(b);
-    readPref(QStringLiteral("D"), b, false);
-    EXPECT_TRUE(b);
+    const std::pair<const char*, bool> flags[] = {{"B", true}, {"C", false}, {"D", true}};
+    for (const auto& [name, value] : flags) {
+        readPref(QString::fromLatin1(name), b, !value);
+        EXPECT_EQ(b, value) << name;
+    }
     qint16 n = 7;
     readPref(QStringLiteral("E"), n, 1);
     EXPECT_EQ(n, 0) << "a word where a number belongs reads as 0";
@@ -149,19 +138,16 @@ TEST(Preferences, RecordingFormatFollowsTheRecordMode) {
 
 TEST(Settings, ApplicationSettingsLiveInTheirSection) {
     TestHome home;
-    EXPECT_EQ(GetSetting(QStringLiteral("Cantavox"), QStringLiteral("Previous"),
-                         QStringLiteral("AutoplayString"), QStringLiteral("none")),
+    const QString app = QStringLiteral("Cantavox");
+    const QString recent = QStringLiteral("Recent Files");
+    EXPECT_EQ(GetSetting(app, QStringLiteral("Previous"), QStringLiteral("AutoplayString"),
+                         QStringLiteral("none")),
               u"none");
-    ASSERT_TRUE(SaveSetting(QStringLiteral("Cantavox"), QStringLiteral("Recent Files"),
-                            QStringLiteral("File1"), QStringLiteral("/music/it's here.wav")));
-    EXPECT_EQ(GetSetting(QStringLiteral("Cantavox"), QStringLiteral("Recent Files"),
-                         QStringLiteral("File1")),
-              u"/music/it's here.wav");
-    DeleteSetting(QStringLiteral("Cantavox"), QStringLiteral("Recent Files"));
-    EXPECT_EQ(GetSetting(QStringLiteral("Cantavox"), QStringLiteral("Recent Files"),
-                         QStringLiteral("File1")),
-              u"");
-    EXPECT_EQ(groupForKey(kPreferencesKey), u"Preferences");
+    const QString path = QStringLiteral("/music/it's here.wav");
+    ASSERT_TRUE(SaveSetting(app, recent, QStringLiteral("File1"), path));
+    EXPECT_EQ(GetSetting(app, recent, QStringLiteral("File1")), path);
+    DeleteSetting(app, recent);
+    EXPECT_EQ(GetSetting(app, recent, QStringLiteral("File1")), u"");
 }
 
 TEST(Registry, KeysAndValuesRoundTrip) {
@@ -180,7 +166,7 @@ TEST(Registry, KeysAndValuesRoundTrip) {
     EXPECT_EQ(reg.ReadValue(QStringLiteral("Last"), &type).toString(), u"Overflow");
     EXPECT_EQ(type, regtype::REG_SZ);
     EXPECT_EQ(reg.EnumerateValues(),
-              (QStringList{QStringLiteral("Count"), QStringLiteral("Last")}));
+              QStringList({QStringLiteral("Count"), QStringLiteral("Last")}));
 
     CRegistry parent;
     parent.setKeyName(QStringLiteral("Software\\Cantavox\\FailSafe"));
@@ -193,19 +179,19 @@ TEST(Registry, KeysAndValuesRoundTrip) {
 }
 
 TEST(Registry, BadKeyNamesAreRefusedWithTheirText) {
-    CRegistry reg;
-    for (const char* bad : {"", "\\", "a\\\\b"}) {
+    auto refusal = [](const std::function<void()>& f) {
         try {
-            reg.setKeyName(QString::fromLatin1(bad));
-            ADD_FAILURE() << "accepted " << bad;
+            f();
         } catch (const AppError& e) {
-            EXPECT_EQ(e.description, u"Invalid KeyName value");
+            return e.description;
         }
-    }
-    try {
-        reg.KeyExists();
-        ADD_FAILURE() << "a registry object without a key name answered";
-    } catch (const AppError& e) {
-        EXPECT_EQ(e.description, u"Invalid KeyName value");
-    }
+        return QStringLiteral("accepted");
+    };
+    CRegistry reg;
+    for (const char* bad : {"", "\\", "a\\\\b"})
+        EXPECT_EQ(refusal([&] { reg.setKeyName(QString::fromLatin1(bad)); }),
+                  u"Invalid KeyName value")
+            << bad;
+    EXPECT_EQ(refusal([&] { reg.KeyExists(); }), u"Invalid KeyName value")
+        << "a registry object without a key name";
 }
