@@ -201,6 +201,22 @@ MediaDevice::Result WaveDevice::open(const QString& fileName) {
     return {};
 }
 
+MediaDevice::Result WaveDevice::openSource(std::unique_ptr<FrameSource> source,
+                                           const QString& fileName) {
+    // Not the override: a device built on this one keeps what it learnt before calling.
+    WaveDevice::close();
+    m_fileName = fileName;
+    m_source = std::move(source);
+    m_fromMemory = false;
+    m_rate = m_source->rate();
+    m_channels = m_source->channels();
+    m_frames = m_source->frames();
+    m_open = true;
+    m_mode = 525;
+    m_held = 0;
+    return {};
+}
+
 MediaDevice::Result WaveDevice::close() {
     m_poll.stop();
     m_recDrain.stop();
@@ -211,6 +227,7 @@ MediaDevice::Result WaveDevice::close() {
         sf_close(m_file);
         m_file = nullptr;
     }
+    m_source.reset();
     m_recorded.clear();
     m_recorded.shrink_to_fit();
     m_recRing.reset();
@@ -457,6 +474,8 @@ qint64 WaveDevice::readFrames(qint64 from, int n, float* out) {
                     size_t(take * m_streamChannels) * sizeof(float));
         return take;
     }
+    if (m_source)
+        return m_source->read(from, n, out);
     if (sf_seek(m_file, from, SEEK_SET) < 0)
         return 0;
     return sf_readf_float(m_file, out, n);
@@ -671,6 +690,7 @@ MediaDevice::Result WaveDevice::record() {
         sf_close(m_file);
         m_file = nullptr;
     }
+    m_source.reset();
     m_fromMemory = true;
     m_recorded.clear();
     m_rate = m_recRate;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/AudioDevice.h"
+#include "platform/FrameSource.h"
 #include "platform/MediaDevice.h"
 
 #include <QTimer>
@@ -62,6 +63,8 @@ public:
     // 192000 Hz. Returns false (with the reason) for anything else.
     bool setRecordingFormat(int bitsPerSample, int channels, int rate, QString& why);
     static WaveDevice* byId(qint16 id);
+    // Opens sound that isn't a file (a disc); fileName is what FileName reads afterwards.
+    Result openSource(std::unique_ptr<FrameSource> source, const QString& fileName);
 
     void setRepeatAhead(bool on) override;
     // A pass that a repeat follows ends in a blend of this long into the sound that leads
@@ -121,8 +124,9 @@ private:
     QTimer m_poll;
     std::unique_ptr<AudioDevice> m_audio;
 
-    // The file, read by the reader thread only once playing starts.
+    // The file (or other sound), read by the reader thread only once playing starts.
     sf_private_tag* m_file = nullptr;
+    std::unique_ptr<FrameSource> m_source;
     std::vector<float> m_recorded; // a recording (or nothing) stands in for the file
     bool m_fromMemory = false;
     int m_recBits = 16;

@@ -1,6 +1,7 @@
 #include "platform/MMControl.h"
 
 #include "failsafe/AppError.h"
+#include "platform/CdDevice.h"
 #include "platform/MediaDevice.h"
 #include "platform/WaveDevice.h"
 
@@ -61,6 +62,8 @@ void MMControl::setDeviceType(const QString& type) {
     m_deviceType = type;
     if (!m_device && type.compare(u"waveaudio", Qt::CaseInsensitive) == 0)
         setDevice(new WaveDevice);
+    else if (!m_device && type.compare(u"cdaudio", Qt::CaseInsensitive) == 0)
+        setDevice(new CdDevice);
     refreshButtons();
 }
 

@@ -1,0 +1,148 @@
+#include "platform/CdDevice.h"
+
+#include <QHash>
+#include <algorithm>
+#include <list>
+#include <vector>
+
+namespace {
+
+constexpr qint16 kErrNotReady = 275;
+// Sectors read from the drive at a time, and how many such pieces stay in memory: a second
+// each, a little over four minutes in all.
+constexpr int kChunkSectors = CdDisc::kSectorsPerSecond;
+constexpr int kCachedChunks = 256;
+
+// The disc as frames, read on the player's reader thread through a handle of its own.
+class DiscSource : public FrameSource {
+public:
+    DiscSource(const CdDrive& drive, const CdDisc::Contents& contents) : m_contents(contents) {
+        QString why;
+        m_disc.open(drive, why);
+    }
+    int rate() const override { return CdDisc::kRate; }
+    int channels() const override { return 2; }
+    qint64 frames() const override { return qint64(m_contents.leadout) * CdDisc::kFramesPerSector; }
+    qint64 read(qint64 from, int n, float* out) override {
+        qint64 done = 0;
+        const qint64 end = std::min(frames(), from + n);
+        while (from + done < end) {
+            const qint64 frame = from + done;
+            const qint64 chunk = frame / (qint64(kChunkSectors) * CdDisc::kFramesPerSector);
+            const std::vector<qint16>& samples = chunkAt(chunk);
+            const qint64 inChunk = frame - chunk * kChunkSectors * CdDisc::kFramesPerSector;
+            const qint64 take = std::min<qint64>(end - frame, qint64(samples.size() / 2) - inChunk);
+            if (take <= 0)
+                break;
+            for (qint64 i = 0; i < take * 2; ++i)
+                out[done * 2 + i] = float(samples[size_t(inChunk * 2 + i)]) / 32768.0f;
+            done += take;
+        }
+        return done;
+    }
+
+private:
+    bool audioSector(qint32 sector) const {
+        for (const CdDisc::Track& t : m_contents.tracks)
+            if (sector >= t.start && sector < t.start + t.sectors)
+                return t.audio;
+        return false;
+    }
+
+    // The samples of one chunk, from memory or read now; the least recently used goes.
+    const std::vector<qint16>& chunkAt(qint64 chunk) {
+        if (auto it = m_index.find(chunk); it != m_index.end()) {
+            m_order.splice(m_order.begin(), m_order, it.value());
+            return m_order.front().second;
+        }
+        if (int(m_order.size()) >= kCachedChunks) {
+            m_index.remove(m_order.back().first);
+            m_order.pop_back();
+        }
+        const qint32 first = qint32(chunk * kChunkSectors);
+        const int count = std::min(kChunkSectors, m_contents.leadout - first);
+        std::vector<qint16> samples(size_t(std::max(count, 0)) * CdDisc::kFramesPerSector * 2, 0);
+        auto* bytes = reinterpret_cast<char*>(samples.data());
+        QString why;
+        if (count > 0 && !m_disc.readAudio(first, count, bytes, why)) {
+            // One at a time, so that only what can't be read is silent.
+            for (int s = 0; s < count; ++s)
+                if (!m_disc.readAudio(first + s, 1, bytes + s * CdDisc::kSectorBytes, why))
+                    std::fill_n(bytes + s * CdDisc::kSectorBytes, CdDisc::kSectorBytes, '\0');
+        }
+        for (int s = 0; s < count; ++s)
+            if (!audioSector(first + s))
+                std::fill_n(bytes + s * CdDisc::kSectorBytes, CdDisc::kSectorBytes, '\0');
+        // The disc's samples are little-endian, as this machine's.
+        m_order.emplace_front(chunk, std::move(samples));
+        m_index.insert(chunk, m_order.begin());
+        return m_order.front().second;
+    }
+
+    CdDisc m_disc;
+    CdDisc::Contents m_contents;
+    std::list<std::pair<qint64, std::vector<qint16>>> m_order;
+    QHash<qint64, std::list<std::pair<qint64, std::vector<qint16>>>::iterator> m_index;
+};
+
+} // namespace
+
+CdDevice::CdDevice(QObject* parent) : WaveDevice(parent) {}
+
+CdDevice::~CdDevice() = default;
+
+MediaDevice::Result CdDevice::open(const QString& fileName) {
+    close();
+    const QString letter = fileName.trimmed().left(1);
+    const std::optional<CdDrive> found = letter.isEmpty()
+                                             ? std::optional<CdDrive>(CdDrives::list().value(0))
+                                             : CdDrives::byLetter(letter);
+    if (!found || found->device.isEmpty())
+        return {kErrNotReady, letter.isEmpty()
+                                  ? QStringLiteral("There is no CD drive.")
+                                  : QStringLiteral("There is no CD drive %1:.").arg(letter)};
+    CdDisc disc;
+    QString why;
+    if (!disc.open(*found, why))
+        return {kErrNotReady, why};
+    m_drive = *found;
+    m_contents = disc.contents();
+    return openSource(std::make_unique<DiscSource>(m_drive, m_contents), fileName);
+}
+
+MediaDevice::Result CdDevice::close() {
+    m_contents = {};
+    return WaveDevice::close();
+}
+
+MediaDevice::Result CdDevice::eject() {
+    const CdDrive drive = m_drive.device.isEmpty() ? CdDrives::list().value(0) : m_drive;
+    close();
+    QString why;
+    if (drive.device.isEmpty())
+        return {kErrNotReady, QStringLiteral("There is no CD drive.")};
+    if (!CdDisc::eject(drive, why))
+        return {kErrNotReady, why};
+    return {};
+}
+
+const CdDisc::Track* CdDevice::track(int number) const {
+    for (const CdDisc::Track& t : m_contents.tracks)
+        if (t.number == number)
+            return &t;
+    return nullptr;
+}
+
+int CdDevice::tracks() const {
+    return isOpen() ? int(m_contents.tracks.size()) : 0;
+}
+
+qint32 CdDevice::trackPositionMs(int number) const {
+    const CdDisc::Track* t = track(number);
+    return t ? CdDisc::sectorsToMs(t->start) : 0;
+}
+
+qint32 CdDevice::trackLengthMs(int number) const {
+    const CdDisc::Track* t = track(number);
+    return t ? CdDisc::sectorsToMs(t->sectors) : 0;
+}

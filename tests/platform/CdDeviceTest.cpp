@@ -1,0 +1,177 @@
+// The "cdaudio" device on image drives and the null sound device: a disc opened by its
+// drive's letter, its tracks as the media control reports them, its sound played sample for
+// sample from where it lies, and a loop repeated from memory once its sectors were read.
+#include "CdImage.h"
+
+#include "platform/CdDevice.h"
+#include "platform/MMControl.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+#include <sndfile.h>
+
+namespace {
+
+class CdDeviceTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        qputenv("CANTAVOX_NULL_RATE", "4");
+        m_previous = qgetenv("CANTAVOX_CD");
+        qputenv("CANTAVOX_CD", root.path().toLocal8Bit());
+        drive = root.path() + QStringLiteral("/d");
+        ASSERT_TRUE(cdimage::insert(drive, {{{20.0}, {30.0}}}));
+        control.setDeviceType(QStringLiteral("cdaudio"));
+    }
+    void TearDown() override {
+        control.setCommand(QStringLiteral("Close"));
+        qunsetenv("CANTAVOX_NULL_RATE");
+        if (m_previous.isNull())
+            qunsetenv("CANTAVOX_CD");
+        else
+            qputenv("CANTAVOX_CD", m_previous);
+    }
+    CdDevice* device() const { return static_cast<CdDevice*>(control.device()); }
+    void open(const QString& letter) {
+        control.setWait(true);
+        control.setCommand(QStringLiteral("Close"));
+        control.setFileName(letter);
+        control.setCommand(QStringLiteral("Open"));
+    }
+    void play(qint32 from, qint32 to) {
+        control.setFrom(from);
+        control.setTo(to);
+        control.setNotify(true);
+        control.setWait(false);
+        control.setCommand(QStringLiteral("Play"));
+    }
+    // The disc frames heard, in order, through a stereo recorder on the null loopback.
+    class Ear {
+    public:
+        explicit Ear(const QString& file) : m_file(file) {
+            m_recorder.setDeviceType(QStringLiteral("waveaudio"));
+            QString why;
+            static_cast<WaveDevice*>(m_recorder.device())->setRecordingFormat(16, 2, 44100, why);
+            m_recorder.setFileName(file);
+            m_recorder.setCommand(QStringLiteral("open"));
+            m_recorder.setCommand(QStringLiteral("Record"));
+        }
+        std::vector<qint64> stop() {
+            m_recorder.setCommand(QStringLiteral("Stop"));
+            m_recorder.setCommand(QStringLiteral("Save"));
+            SF_INFO info{};
+            SNDFILE* sf = sf_open(QFile::encodeName(m_file).constData(), SFM_READ, &info);
+            std::vector<qint64> frames;
+            if (!sf)
+                return frames;
+            std::vector<short> s(size_t(info.frames) * 2);
+            sf_readf_short(sf, s.data(), info.frames);
+            sf_close(sf);
+            for (size_t i = 0; i + 1 < s.size(); i += 2)
+                frames.push_back(s[i] == 0 && s[i + 1] == 0 ? -1
+                                                            : cdimage::frameOf(s[i], s[i + 1]));
+            return frames;
+        }
+
+    private:
+        QString m_file;
+        MMControl m_recorder;
+    };
+
+    QTemporaryDir root;
+    QString drive;
+    MMControl control;
+
+private:
+    QByteArray m_previous;
+};
+
+// The longest run of consecutive disc frames that starts at first.
+qint64 runFrom(const std::vector<qint64>& heard, qint64 first, size_t* at = nullptr) {
+    for (size_t i = 0; i < heard.size(); ++i) {
+        if (heard[i] != first)
+            continue;
+        size_t j = i;
+        while (j + 1 < heard.size() && heard[j + 1] == heard[j] + 1)
+            ++j;
+        if (at)
+            *at = i;
+        return qint64(j - i + 1);
+    }
+    return 0;
+}
+
+} // namespace
+
+TEST_F(CdDeviceTest, ADiscOpensByItsDrivesLetterAndTellsItsTracks) {
+    open(QStringLiteral("D:"));
+    ASSERT_EQ(control.Error(), 0) << control.ErrorMessage().toStdString();
+    EXPECT_EQ(control.Tracks(), 2);
+    EXPECT_EQ(control.Length(), 50000);
+    control.setTrack(2);
+    EXPECT_EQ(control.TrackPosition(), 20000);
+    EXPECT_EQ(control.TrackLength(), 30000);
+    EXPECT_EQ(device()->drive().letter, QStringLiteral("D"));
+
+    open(QStringLiteral("E:"));
+    EXPECT_GT(control.Error(), 0);
+    EXPECT_EQ(control.ErrorMessage(), QStringLiteral("There is no CD drive E:."));
+    EXPECT_EQ(control.Tracks(), 0);
+
+    open(QStringLiteral("D:"));
+    control.setCommand(QStringLiteral("Eject"));
+    EXPECT_EQ(control.Error(), 0) << control.ErrorMessage().toStdString();
+    EXPECT_EQ(control.Tracks(), 0);
+    open(QStringLiteral("D:"));
+    EXPECT_GT(control.Error(), 0) << "the disc is out";
+    EXPECT_TRUE(control.ErrorMessage().startsWith(QStringLiteral("There is no disc")));
+}
+
+TEST_F(CdDeviceTest, AStretchAcrossTwoTracksSoundsEverySampleFromWhereItLies) {
+    open(QStringLiteral("D:"));
+    ASSERT_EQ(control.Error(), 0) << control.ErrorMessage().toStdString();
+    Ear ear(root.filePath(QStringLiteral("heard.wav")));
+    QSignalSpy done(&control, &MMControl::Done);
+    play(19500, 20500);
+    ASSERT_TRUE(done.wait(5000));
+    EXPECT_EQ(done.last().at(0).toInt(), MMControl::NotifySuccessful);
+    QTest::qWait(50);
+    const std::vector<qint64> heard = ear.stop();
+    EXPECT_EQ(runFrom(heard, 19500 * 441 / 10), 44100) << "one second, every frame in order";
+}
+
+TEST_F(CdDeviceTest, ALoopRepeatsFromMemoryOnceItsSectorsWereRead) {
+    open(QStringLiteral("D:"));
+    ASSERT_EQ(control.Error(), 0) << control.ErrorMessage().toStdString();
+    control.setRepeatAhead(true);
+    Ear ear(root.filePath(QStringLiteral("heard.wav")));
+    int ends = 0;
+    QObject::connect(&control, &MMControl::Done, [&](int code) {
+        if (code != MMControl::NotifySuccessful)
+            return;
+        // After the first pass the drive can give nothing more.
+        if (++ends == 1)
+            QFile(drive + QStringLiteral("/disc.bin")).resize(0);
+        if (ends < 5)
+            play(5000, 6000);
+        else
+            control.setCommand(QStringLiteral("Stop"));
+    });
+    play(5000, 6000);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return ends >= 5; }, 10000));
+    QTest::qWait(50);
+    const std::vector<qint64> heard = ear.stop();
+    EXPECT_EQ(device()->audio()->joinSilentFrames(), 0);
+    size_t at = 0;
+    ASSERT_GT(runFrom(heard, 5000 * 441 / 10, &at), 40000);
+    for (int pass = 0; pass < 5; ++pass) {
+        const size_t begin = at + size_t(pass) * 44100;
+        ASSERT_LT(begin + 40000, heard.size()) << "pass " << pass;
+        // Every pass the loop's own frames, but for the few that blend into the next.
+        for (size_t f = 0; f < 40000; ++f)
+            ASSERT_EQ(heard[begin + f], 220500 + qint64(f)) << "pass " << pass << " frame " << f;
+    }
+}
