@@ -1,28 +1,22 @@
-// The loops grid as a musician uses it: typing into cells that reach the library when the row
-// is left, deleting loops with and without the question, the row that follows the music, the
-// loop length panel and the right-click help. The real window and library file, generated WAV
-// files and the null sound device.
+// The loops grid as a musician uses it: deleting loops with and without the question, the row
+// that follows the music, a double click, the loop length panel, the data errors' words and
+// the right-click help. The real window and library file, generated WAV files and the null
+// sound device.
 #include "MainWindowTest.h"
 
-#include "app/AppPaths.h"
 #include "app/Prompts.h"
 #include "app/frmMain.h"
 #include "app/globals.h"
 #include "app/stateVariable.h"
 #include "library/DataGrid.h"
-#include "library/LibraryDatabase.h"
 #include "library/Recordset.h"
 #include "library/RecordsetModel.h"
 #include "platform/MMControl.h"
 #include "ui_frmMain.h"
 
-#include <QDir>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QTest>
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace {
 
@@ -47,60 +41,10 @@ protected:
     int currentStart() const {
         return m->library().dtaLoopPoints->field(QStringLiteral("startTime")).toInt();
     }
-    // What another process reading the library file sees right now.
-    QStringList lyricsOnDisk() {
-        QStringList out;
-        {
-            QSqlDatabase db =
-                QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("reader"));
-            db.setDatabaseName(library::libraryPath());
-            EXPECT_TRUE(db.open());
-            QSqlQuery q(db);
-            q.exec(QStringLiteral("SELECT Lyrics FROM WaveLoopPoints ORDER BY startTime"));
-            while (q.next())
-                out << q.value(0).toString();
-        }
-        QSqlDatabase::removeDatabase(QStringLiteral("reader"));
-        return out;
-    }
-
     DataGrid* grid = nullptr;
 };
 
 } // namespace
-
-TEST(GridsAtStart, TransformWaitsForALoop) {
-    TestHome home;
-    ProgramRun run;
-    run.start();
-    ASSERT_TRUE(run.waitUntilRunning());
-    EXPECT_FALSE(run.main()->ui()->cmdSlowPlay->isEnabled()) << "no disc, no loop";
-}
-
-TEST_F(Grids, ColumnsInTheirOrderWithTheirHeadings) {
-    QStringList headings;
-    for (int c = 0; c < grid->model()->columnCount(); ++c)
-        headings << grid->model()->headerData(c, Qt::Horizontal).toString();
-    EXPECT_EQ(headings, QStringList({QStringLiteral("Trk"), QStringLiteral("Chords"),
-                                     QStringLiteral("Lyrics"), QStringLiteral("Label/Comment")}));
-    QStringList tracks;
-    for (int c = 0; c < u->tgTracks->model()->columnCount(); ++c)
-        tracks << u->tgTracks->model()->headerData(c, Qt::Horizontal).toString();
-    EXPECT_EQ(tracks, QStringList({QStringLiteral("#"), QStringLiteral("Track Name"),
-                                   QStringLiteral("Rating")}));
-}
-
-TEST_F(Grids, ALongLyricReachesTheLibraryWhenTheRowIsLeft) {
-    selectRow(1);
-    const QString lyric = QString(10000, u'x').replace(5000, 1, QStringLiteral("\n"));
-    ASSERT_TRUE(grid->model()->setData(grid->model()->index(1, 2), lyric, Qt::EditRole));
-    EXPECT_EQ(lyricsOnDisk().value(1), QString()) << "held with its row until the row is left";
-    selectRow(2);
-    // Committed: a process killed now leaves it in the file (each update is a transaction
-    // of its own, written through; the store's kill test covers the kill itself).
-    EXPECT_EQ(lyricsOnDisk().value(1), lyric);
-    EXPECT_EQ(grid->model()->index(1, 2).data().toString(), lyric);
-}
 
 TEST_F(Grids, DeleteAsksUnlessCtrlIsHeldAndNeverWhileACellIsEdited) {
     selectRow(1);
@@ -144,27 +88,17 @@ TEST_F(Grids, DeleteAsksUnlessCtrlIsHeldAndNeverWhileACellIsEdited) {
 
 TEST_F(Grids, TheRowFollowsTheMusicToTheLastLoopBegun) {
     selectRow(3);
-    // Before the first loop: no previous row, the first one shows.
-    w->setFrom(1000);
-    w->setCommand(QStringLiteral("Play"));
-    w->setCommand(QStringLiteral("Pause"));
-    m->highlightLoopPoint();
-    EXPECT_EQ(grid->currentIndex().row(), 0);
-
-    w->setFrom(27000);
-    w->setCommand(QStringLiteral("Play"));
-    w->setCommand(QStringLiteral("Pause"));
-    m->highlightLoopPoint();
-    EXPECT_EQ(grid->currentIndex().row(), 2);
-    EXPECT_EQ(grid->SelBookmarksCount(), 1);
-    EXPECT_EQ(currentStart(), 25000);
-
-    w->setFrom(50000);
-    w->setCommand(QStringLiteral("Play"));
-    w->setCommand(QStringLiteral("Pause"));
-    m->highlightLoopPoint();
-    EXPECT_EQ(grid->currentIndex().row(), 3) << "past the last start: the last loop";
-
+    // Before the first loop there is no previous row, and the first one shows; past the last
+    // start the last loop.
+    for (const auto& [at, row] : {std::pair{1000, 0}, {27000, 2}, {50000, 3}}) {
+        w->setFrom(at);
+        w->setCommand(QStringLiteral("Play"));
+        w->setCommand(QStringLiteral("Pause"));
+        m->highlightLoopPoint();
+        EXPECT_EQ(grid->currentIndex().row(), row) << at;
+        EXPECT_EQ(grid->SelBookmarksCount(), 1) << at;
+        EXPECT_EQ(currentStart(), 5000 + 10000 * row) << at;
+    }
     // Not while the musician is typing in a cell.
     selectRow(1);
     grid->edit(grid->currentIndex());
@@ -173,21 +107,17 @@ TEST_F(Grids, TheRowFollowsTheMusicToTheLastLoopBegun) {
 }
 
 TEST_F(Grids, StraightPlayPullsTheRowAlongAndALoopDoesNot) {
-    selectRow(0);
-    gvPlayRequested = true;
-    w->setFrom(16000);
-    w->setCommand(QStringLiteral("Play"));
-    m->updatePosition();
-    EXPECT_EQ(grid->currentIndex().row(), 1);
-    w->setCommand(QStringLiteral("Stop"));
-
-    selectRow(3);
-    gvPlayRequested = false;
-    w->setFrom(6000);
-    w->setCommand(QStringLiteral("Play"));
-    m->updatePosition();
-    EXPECT_EQ(grid->currentIndex().row(), 3) << "a loop's row stays selected";
-    w->setCommand(QStringLiteral("Stop"));
+    // Straight play from loop 1 into loop 2, and a loop's play from row 4 within loop 1.
+    for (const auto& [requested, from, row, shown] :
+         {std::tuple{true, 16000, 0, 1}, {false, 6000, 3, 3}}) {
+        selectRow(row);
+        gvPlayRequested = requested;
+        w->setFrom(from);
+        w->setCommand(QStringLiteral("Play"));
+        m->updatePosition();
+        EXPECT_EQ(grid->currentIndex().row(), shown) << "straight play " << requested;
+        w->setCommand(QStringLiteral("Stop"));
+    }
 }
 
 TEST_F(Grids, TheLoopLengthPanelAndTheDataErrorsWords) {
@@ -195,13 +125,7 @@ TEST_F(Grids, TheLoopLengthPanelAndTheDataErrorsWords) {
     EXPECT_EQ(m->panelText(QStringLiteral("pnlLoopLength")), u"Loop Length: 00:10");
     EXPECT_TRUE(m->panelVisible(QStringLiteral("pnlLoopLength")));
     // A loop without an end has no length to show.
-    m->library().dtaLoopPoints->AddNew();
-    m->library().dtaLoopPoints->setField(QStringLiteral("waveFileID"),
-                                         m->library().WAVs->field(QStringLiteral("waveFileID")));
-    m->library().dtaLoopPoints->setField(QStringLiteral("startTime"), 50000);
-    m->library().dtaLoopPoints->Update();
-    m->library().dtaLoopPoints->Requery();
-    m->library().loopsModel->reload();
+    addLoop(50000, -1);
     selectRow(4);
     EXPECT_FALSE(m->panelVisible(QStringLiteral("pnlLoopLength")));
 

@@ -1,22 +1,22 @@
-// The library as first made, its field upgrade, the adoption of an old library, and the
-// faults of the file itself.
+// The field upgrade of a library file, when it runs and what it keeps, the adoption of an old
+// library, and the faults of the file itself.
 #include "ProgramRun.h"
 #include "StoreSupport.h"
 #include "TestHome.h"
+#include "WavGen.h"
 
 #include "app/AppPaths.h"
 #include "app/Main.h"
 #include "app/Prompts.h"
 #include "app/frmMain.h"
 #include "library/LibraryDatabase.h"
-#include "library/Recordset.h"
 #include "library/dbUpgrade.h"
 #include "prefs/Preference.h"
 
 #include <QDir>
 #include <QFile>
 #include <QProcess>
-#include <QSqlQuery>
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace {
@@ -51,49 +51,7 @@ QByteArray bytesOf(const QString& path) {
 }
 } // namespace
 
-TEST(Library, ShippedLayoutHoldsTheTablesAndTheRequiredRecord) {
-    TestHome home;
-    makeLibrary();
-    Inspect db(library::libraryPath());
-    EXPECT_EQ(db.value(QStringLiteral("SELECT count(*) FROM CDs WHERE CDid = 1 AND cdLen = 0 AND "
-                                      "track1Len = 0"))
-                  .toInt(),
-              1);
-    const auto tracks = db.fields(QStringLiteral("Tracks"));
-    EXPECT_EQ(tracks.value(QStringLiteral("Notation")), 11);
-    EXPECT_EQ(tracks.value(QStringLiteral("TrackNum")), 3);
-    EXPECT_FALSE(tracks.contains(QStringLiteral("lastPitchChange")));
-    EXPECT_EQ(db.fields(QStringLiteral("Wave Files")).value(QStringLiteral("waveFileModDate")), 8);
-    EXPECT_EQ(db.fields(QStringLiteral("CDs")).value(QStringLiteral("CDid")), 4);
-    // The key is made by the store.
-    EXPECT_TRUE(db.exec(QStringLiteral("INSERT INTO CDs (Title) VALUES ('x')")));
-    EXPECT_EQ(db.value(QStringLiteral("SELECT max(CDid) FROM CDs")).toInt(), 2);
-}
-
-TEST(Library, FirstStartMakesAndUpgradesTheLibraryAfterACheckedCopy) {
-    TestHome home;
-    {
-        ProgramRun run;
-        run.start();
-        ASSERT_TRUE(run.waitUntilRunning());
-        EXPECT_EQ(prefValue(QStringLiteral("dbVersion")), u"7");
-        EXPECT_EQ(run.main()->library().CDs->field(QStringLiteral("cdlen")).toInt(), 0)
-            << "the discs control stands on the required record; names ignore case";
-        EXPECT_EQ(run.main()->library().CDs->field(QStringLiteral("CDID")).toInt(), 1);
-    }
-    Inspect db(library::libraryPath());
-    const auto loops = db.fields(QStringLiteral("LoopPoints"));
-    for (const char* f : {"endTime", "lastPct", "lastSelStart", "lastSelEnd", "lastGridStart",
-                          "lastGridWidth", "gridVisible"})
-        EXPECT_EQ(loops.value(QString::fromLatin1(f)), 4) << f;
-    EXPECT_EQ(loops.value(QStringLiteral("Notation")), 12);
-    EXPECT_EQ(loops.value(QStringLiteral("WAV")), 12);
-    EXPECT_EQ(db.fields(QStringLiteral("Wave Files")).value(QStringLiteral("lastPitchChange")), 4);
-    EXPECT_EQ(db.fields(QStringLiteral("CDs")).value(QStringLiteral("lastLoopSelected")), 4);
-    EXPECT_EQ(backups().size(), 1) << "a copy was kept before the first change";
-}
-
-TEST(Library, UpgradeKeepsMemoContentsLosesLongBinaryAndLeavesOldRowsNull) {
+TEST(Library, UpgradeAfterACheckedCopyKeepsMemoContentsLosesLongBinaryAndLeavesOldRowsNull) {
     TestHome home;
     makeLibrary();
     {
@@ -106,17 +64,19 @@ TEST(Library, UpgradeKeepsMemoContentsLosesLongBinaryAndLeavesOldRowsNull) {
         ASSERT_TRUE(db.exec(QStringLiteral("INSERT INTO LoopPoints (CDid, startTime, Notation) "
                                            "VALUES (1, 1000, '/scores/reel.mid')")));
     }
-    AppendNewFields();
+    ASSERT_TRUE(backups().isEmpty());
+    EXPECT_TRUE(AppendNewFields());
+    EXPECT_EQ(backups().size(), 1) << "a copy was kept before the first change";
     Inspect db(library::libraryPath());
     EXPECT_EQ(db.fields(QStringLiteral("Tracks")).value(QStringLiteral("Notation")), 12);
     EXPECT_TRUE(db.value(QStringLiteral("SELECT Notation FROM Tracks")).isNull())
         << "a long binary field's contents are not carried over";
     EXPECT_EQ(db.value(QStringLiteral("SELECT Notation FROM LoopPoints")).toString(),
               u"/scores/reel.mid");
-    EXPECT_TRUE(db.value(QStringLiteral("SELECT endTime FROM LoopPoints")).isNull());
-    EXPECT_TRUE(db.value(QStringLiteral("SELECT lastPct FROM LoopPoints")).isNull());
-    EXPECT_TRUE(db.value(QStringLiteral("SELECT gridVisible FROM LoopPoints")).isNull());
-    EXPECT_TRUE(db.value(QStringLiteral("SELECT lastPitchChange FROM Tracks")).isNull());
+    for (const char* oldRow :
+         {"SELECT endTime FROM LoopPoints", "SELECT lastPct FROM LoopPoints",
+          "SELECT gridVisible FROM LoopPoints", "SELECT lastPitchChange FROM Tracks"})
+        EXPECT_TRUE(db.value(QString::fromLatin1(oldRow)).isNull()) << oldRow;
     // New rows take the defaults.
     ASSERT_TRUE(db.exec(QStringLiteral("INSERT INTO LoopPoints (CDid, startTime) VALUES (1, 2)")));
     EXPECT_EQ(db.value(QStringLiteral("SELECT lastPct FROM LoopPoints WHERE startTime = 2")), 50);
@@ -130,16 +90,11 @@ TEST(Library, ASecondUpgradeChangesNothingAndSaysNothing) {
     TestHome home;
     makeLibrary();
     AppendNewFields();
-    QString before;
-    {
-        Inspect db(library::libraryPath());
-        before = db.schema();
-    }
+    const QString before = Inspect(library::libraryPath()).schema();
     const QStringList copies = backups();
     Prompts::clear();
     AppendNewFields();
-    Inspect db(library::libraryPath());
-    EXPECT_EQ(db.schema(), before);
+    EXPECT_EQ(Inspect(library::libraryPath()).schema(), before);
     EXPECT_EQ(backups(), copies) << "nothing to change, no copy";
     EXPECT_TRUE(Prompts::log().isEmpty());
 }
@@ -165,46 +120,29 @@ TEST(Library, DbVersionDecidesWhetherTheUpgradeRuns) {
 TEST(Library, OldLibraryIsAdoptedOnceAndUpgradedAgain) {
     TestHome home;
     makeLibrary();
-    {
-        Inspect db(library::libraryPath());
-        db.exec(QStringLiteral("INSERT INTO CDs (Title, cdLen, track1Len) VALUES ('New', 1, 1)"));
-    }
+    const QString title = QStringLiteral("SELECT Title FROM CDs WHERE CDid = 2");
+    Inspect(library::libraryPath())
+        .exec(QStringLiteral("INSERT INTO CDs (Title, cdLen, track1Len) VALUES ('New', 1, 1)"));
     ASSERT_TRUE(QDir().mkpath(QFileInfo(oldLibraryPath()).absolutePath()));
     ASSERT_TRUE(QFile::copy(library::libraryPath(), oldLibraryPath()));
-    {
-        Inspect old(oldLibraryPath());
-        old.exec(
-            QStringLiteral("UPDATE CDs SET Title = 'From the old installation' WHERE CDid = 2"));
-    }
+    Inspect(oldLibraryPath()).exec(QStringLiteral("UPDATE CDs SET Title = 'Old' WHERE CDid = 2"));
     setPref(QStringLiteral("dbVersion"), QStringLiteral("7"));
 
     handleOldMDB();
-    EXPECT_EQ(prefValue(QStringLiteral("dbVersion")), u"6");
+    EXPECT_EQ(prefValue(QStringLiteral("dbVersion")), u"6") << "the adopted library is upgraded";
     EXPECT_EQ(prefValue(QStringLiteral("oldDBHandled")), u"True");
-    {
-        Inspect db(library::libraryPath());
-        EXPECT_EQ(db.value(QStringLiteral("SELECT Title FROM CDs WHERE CDid = 2")).toString(),
-                  u"From the old installation");
-    }
+    EXPECT_EQ(Inspect(library::libraryPath()).value(title).toString(), u"Old");
     // The library that was there is set aside, not deleted.
     const QStringList aside = QDir(appDir()).entryList({QStringLiteral("cantavox-replaced-*.db")});
     ASSERT_EQ(aside.size(), 1);
-    {
-        Inspect kept(appDir() + u'/' + aside.first());
-        EXPECT_EQ(
-            kept.value(QStringLiteral("SELECT COUNT(*) FROM CDs WHERE Title = 'New'")).toInt(), 1);
-    }
+    EXPECT_EQ(Inspect(appDir() + u'/' + aside.first()).value(title).toString(), u"New");
+
     // Only once: a later change of the old file is not brought over again.
-    {
-        Inspect old(oldLibraryPath());
-        old.exec(QStringLiteral("UPDATE CDs SET Title = 'Again' WHERE CDid = 2"));
-    }
+    Inspect(oldLibraryPath()).exec(QStringLiteral("UPDATE CDs SET Title = 'Again' WHERE CDid = 2"));
     setPref(QStringLiteral("dbVersion"), QStringLiteral("7"));
     handleOldMDB();
     EXPECT_EQ(prefValue(QStringLiteral("dbVersion")), u"7");
-    Inspect db(library::libraryPath());
-    EXPECT_EQ(db.value(QStringLiteral("SELECT Title FROM CDs WHERE CDid = 2")).toString(),
-              u"From the old installation");
+    EXPECT_EQ(Inspect(library::libraryPath()).value(title).toString(), u"Old");
 }
 
 TEST(Library, WithoutAnOldLibraryTheLookEndsForGood) {
@@ -221,21 +159,15 @@ TEST_P(BadLibrary, IsNamedNeverChangedAndTheProgramEnds) {
     const std::string kind = GetParam();
     const QString path = library::libraryPath();
     if (kind == "not a library") {
-        QFile f(path);
-        f.open(QIODevice::WriteOnly);
-        f.write("These are my notes about the Bach partita, not a database.\n");
+        ASSERT_TRUE(wavgen::writeBytes(path, "My notes about the Bach partita, not a database."));
     } else if (kind == "damaged") {
         makeLibrary();
         QByteArray bytes = bytesOf(path);
         ASSERT_GT(bytes.size(), 4096);
-        for (int i = 4096; i < 4096 + 300; ++i) // scribble over the second page's header
-            bytes[i] = static_cast<char>(0xA5);
-        QFile f(path);
-        f.open(QIODevice::WriteOnly | QIODevice::Truncate);
-        f.write(bytes);
+        bytes.replace(4096, 300, QByteArray(300, char(0xA5))); // the second page's header
+        ASSERT_TRUE(wavgen::writeBytes(path, bytes));
     } else if (kind == "empty") {
-        QFile f(path);
-        f.open(QIODevice::WriteOnly);
+        ASSERT_TRUE(wavgen::writeBytes(path, {}));
     } else if (kind == "unreadable") {
         // A folder where the file should be: nobody can read it as a file.
         ASSERT_TRUE(QDir().mkpath(path));
@@ -250,10 +182,9 @@ TEST_P(BadLibrary, IsNamedNeverChangedAndTheProgramEnds) {
     EXPECT_TRUE(processEnded());
     EXPECT_NE(processExitStatus(), 0);
     EXPECT_EQ(frmMain::instance(), nullptr);
-    bool named = false;
-    for (const auto& r : Prompts::log())
-        named = named || r.text.contains(path);
-    EXPECT_TRUE(named) << "the message names the file";
+    EXPECT_TRUE(std::any_of(Prompts::log().begin(), Prompts::log().end(),
+                            [&](const Prompts::Record& r) { return r.text.contains(path); }))
+        << "the message names the file";
     EXPECT_EQ(bytesOf(path), before) << "the file is never changed";
 }
 

@@ -1,10 +1,8 @@
-// The library's wave files: a file opened through File Open is filed once with a loop over
-// the whole of it, found again by its folder and name whatever its size and date are by
-// now, and the program's own scratch files are refused or copied first. The real window,
-// the real library file, generated WAV files and the null sound device.
-#include "ProgramRun.h"
-#include "TestHome.h"
-#include "WavGen.h"
+// The library's wave files: a file is filed once, found again by its folder and name whatever
+// its size and date are by now, given a fresh whole-file loop when all its loops are gone, and
+// the program's own scratch files are refused or copied first. The real window, the real
+// library file, generated WAV files and the null sound device.
+#include "MainWindowTest.h"
 
 #include "app/AppPaths.h"
 #include "app/Prompts.h"
@@ -17,25 +15,17 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QHeaderView>
+#include <QFileInfo>
 #include <QSqlQuery>
 #include <gtest/gtest.h>
 
 namespace {
 
-const QString kSlowCopyQuestion = QStringLiteral(
-    "You cannot use tempslow.wav for this function - that file name is used exclusively by "
-    "Cantavox. Would you like to make a copy of it and slow down that?");
-
-class WaveCatalogue : public ::testing::Test {
+class WaveCatalogue : public MainWindowTest {
 protected:
     void SetUp() override {
-        run.start();
-        ASSERT_TRUE(run.waitUntilRunning());
-        m = run.main();
-        u = m->ui();
+        MainWindowTest::SetUp();
         ASSERT_TRUE(QDir().mkpath(folder()));
-        Prompts::clear();
     }
     QString folder() const { return appDir() + QStringLiteral("/my recordings"); }
     QString file(const QString& name) const { return folder() + u'/' + name; }
@@ -44,146 +34,114 @@ protected:
         Prompts::pushAnswer(path);
         m->mnuFileOpen_Click();
     }
-    // One row of "Wave Files" read straight from the library file, or an empty map.
-    QVariantMap waveRecord(const QString& path) {
-        const int slash = path.lastIndexOf(u'/');
+    // A field of the file's row of "Wave Files", read straight from the library file.
+    QVariant filed(const QString& path, const char* field) {
         QSqlQuery q(library::connection());
         q.prepare(QStringLiteral("SELECT * FROM \"Wave Files\" WHERE waveFileName = ? AND "
                                  "waveFilePath = ?"));
-        q.addBindValue(path.mid(slash + 1));
-        q.addBindValue(path.left(slash));
-        QVariantMap row;
-        if (q.exec() && q.next())
-            for (const char* f : {"waveFileID", "waveDataLength", "waveFileModDate"})
-                row.insert(QString::fromLatin1(f), q.value(QString::fromLatin1(f)));
-        return row;
+        q.addBindValue(QFileInfo(path).fileName());
+        q.addBindValue(QFileInfo(path).absolutePath());
+        return q.exec() && q.next() ? q.value(QString::fromLatin1(field)) : QVariant();
     }
-    int count(const QString& sql, const QVariantList& values = {}) {
+    int wavesFiled() {
         QSqlQuery q(library::connection());
-        q.prepare(sql);
-        for (const QVariant& v : values)
-            q.addBindValue(v);
-        if (!q.exec() || !q.next())
-            return -1;
-        return q.value(0).toInt();
+        return q.exec(QStringLiteral("SELECT COUNT(*) FROM \"Wave Files\"")) && q.next()
+                   ? q.value(0).toInt()
+                   : -1;
     }
-    int wavesFiled() { return count(QStringLiteral("SELECT COUNT(*) FROM \"Wave Files\"")); }
-    // What the loops grid shows: its rows and the comment column.
-    QStringList gridComments() const {
-        QStringList c;
-        const QAbstractItemModel* grid = u->loopPoints->model();
-        // The grid's columns, in the order the musician reads them.
-        EXPECT_EQ(grid->headerData(3, Qt::Horizontal).toString(), u"Label/Comment");
-        for (int r = 0; r < grid->rowCount(); ++r)
-            c << grid->index(r, 3).data().toString();
-        return c;
+    qint64 fileId() const {
+        return m->library().WAVs->field(QStringLiteral("waveFileID")).toLongLong();
     }
+    // A field of the current loop.
+    QVariant loop(const char* field) const {
+        return m->library().dtaLoopPoints->field(QString::fromLatin1(field));
+    }
+    qint32 loopCount() const { return m->library().dtaLoopPoints->RecordCount(); }
     QString lastPrompt() const {
         return Prompts::log().isEmpty() ? QString() : Prompts::log().last().text;
     }
-
-    TestHome home;
-    ProgramRun run;
-    frmMain* m = nullptr;
-    Ui::frmMain* u = nullptr;
 };
 
 } // namespace
 
-TEST_F(WaveCatalogue, AFileIsFiledOnceAndKeepsItsLoopsWhenEditedInPlace) {
-    const QString name = QStringLiteral("Don't \"stop\" – Größe Ärger.wav");
-    const QString path = file(name);
+TEST_F(WaveCatalogue, AFileEditedInPlaceIsFoundAgainWithItsLoopsAndARecordLeftAsItWas) {
+    const QString path = file(QStringLiteral("Don't \"stop\" – Größe Ärger.wav"));
+    const QDateTime date(QDate(2024, 3, 1), QTime(10, 30));
     ASSERT_TRUE(wavgen::writeSine(path, 2.5));
     {
         QFile f(path);
         ASSERT_TRUE(f.open(QIODevice::ReadWrite));
-        ASSERT_TRUE(f.setFileTime(QDateTime(QDate(2024, 3, 1), QTime(10, 30)),
-                                  QFileDevice::FileModificationTime));
+        ASSERT_TRUE(f.setFileTime(date, QFileDevice::FileModificationTime));
     }
     openThroughMenu(path);
-    EXPECT_FALSE(m->transport().cdView);
     EXPECT_EQ(m->transport().currentMMControl, u->WaveControl);
-    EXPECT_EQ(m->windowTitle(), QStringLiteral("Cantavox: ") + path);
     EXPECT_EQ(m->panelText(QStringLiteral("pnlCDlength")), u"CD Length: 00:02");
     EXPECT_EQ(m->panelText(QStringLiteral("pnlTrackLength")), u"Wave File Length 00:02");
     EXPECT_EQ(u->sbTrackPos->maximum(), 2);
-
-    const QVariantMap first = waveRecord(path);
-    ASSERT_FALSE(first.isEmpty()) << "filed under its folder and name";
-    EXPECT_EQ(first.value(QStringLiteral("waveDataLength")).toInt(), 2500);
-    EXPECT_EQ(first.value(QStringLiteral("waveFileModDate")).toDateTime(),
-              QDateTime(QDate(2024, 3, 1), QTime(10, 30)));
+    EXPECT_EQ(filed(path, "waveDataLength").toInt(), 2500) << "filed under its folder and name";
+    EXPECT_EQ(filed(path, "waveFileModDate").toDateTime(), date);
     EXPECT_EQ(wavesFiled(), 1);
-    ASSERT_EQ(m->library().dtaLoopPoints->RecordCount(), 1);
-    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("startTime")).toInt(), 1);
-    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 2500);
-    EXPECT_EQ(gridComments(), QStringList{QStringLiteral("Entire file in this loop")});
+    ASSERT_EQ(loopCount(), 1);
+    EXPECT_EQ(loop("startTime").toInt(), 1);
+    EXPECT_EQ(loop("endTime").toInt(), 2500);
 
     // A loop of the user's, then the file rewritten with another length and date.
-    const qint64 id = first.value(QStringLiteral("waveFileID")).toLongLong();
-    m->library().dtaLoopPoints->AddNew();
-    m->library().dtaLoopPoints->setField(QStringLiteral("waveFileID"), id);
-    m->library().dtaLoopPoints->setField(QStringLiteral("startTime"), 700);
-    m->library().dtaLoopPoints->setField(QStringLiteral("endTime"), 1200);
-    m->library().dtaLoopPoints->setField(QStringLiteral("Comment"), QStringLiteral("the bridge"));
-    m->library().dtaLoopPoints->Update();
+    const qint64 id = fileId();
+    addLoop(700, 1200, QStringLiteral("the bridge"));
     m->changeToMode(QStringLiteral("CD"));
     ASSERT_TRUE(wavgen::writeSine(path, 4.0, 330.0));
     openThroughMenu(path);
     EXPECT_FALSE(m->transport().cdView);
     EXPECT_EQ(wavesFiled(), 1);
-    EXPECT_EQ(m->library().WAVs->field(QStringLiteral("waveFileID")).toLongLong(), id);
-    EXPECT_EQ(waveRecord(path).value(QStringLiteral("waveFileModDate")).toDateTime(),
-              QDateTime(QDate(2024, 3, 1), QTime(10, 30)))
-        << "a found record is left as it was";
-    EXPECT_EQ(gridComments(), QStringList({QStringLiteral("Entire file in this loop"),
-                                           QStringLiteral("the bridge")}))
+    EXPECT_EQ(fileId(), id);
+    EXPECT_EQ(filed(path, "waveFileModDate").toDateTime(), date)
+        << "a found record stays as it was";
+    ASSERT_EQ(loopCount(), 2);
+    EXPECT_EQ(m->library().dtaLoopPoints->valueAt(1, QStringLiteral("Comment")).toString(),
+              u"the bridge")
         << "the loops in order of their start";
     EXPECT_EQ(m->panelText(QStringLiteral("pnlCDlength")), u"CD Length: 00:04");
     EXPECT_EQ(u->sbTrackPos->maximum(), 4);
 
     // Every loop deleted: coming back gives a fresh loop over the file as it is now.
-    while (m->library().dtaLoopPoints->RecordCount() > 0) {
+    while (loopCount() > 0) {
         m->library().dtaLoopPoints->MoveFirst();
         m->library().dtaLoopPoints->Delete();
     }
     m->changeToMode(QStringLiteral("CD"));
     m->changeToMode(QStringLiteral("Wave"));
     EXPECT_FALSE(m->transport().cdView);
-    EXPECT_EQ(
-        count(QStringLiteral("SELECT COUNT(*) FROM WaveLoopPoints WHERE waveFileID = ?"), {id}), 1);
-    ASSERT_EQ(m->library().dtaLoopPoints->RecordCount(), 1);
-    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 4000);
-    EXPECT_EQ(gridComments(), QStringList{QStringLiteral("Entire file in this loop")});
+    ASSERT_EQ(loopCount(), 1);
+    EXPECT_EQ(loop("endTime").toInt(), 4000);
+    EXPECT_EQ(loop("waveFileID").toLongLong(), id);
 }
 
 TEST_F(WaveCatalogue, FolderAndNameTogetherAreTheFilesIdentity) {
     ASSERT_TRUE(QDir().mkpath(folder() + QStringLiteral("/moved")));
+    // The last name, pasted into the condition, would match any file of its folder.
     const QString here = file(QStringLiteral("take 1.wav"));
-    const QString moved = file(QStringLiteral("moved/take 1.wav"));
-    ASSERT_TRUE(wavgen::writeSine(here, 1.0));
-    ASSERT_TRUE(wavgen::writeSine(moved, 3.0));
-    // A name that, pasted into the condition, would match any file of its folder.
-    const QString sly = file(QStringLiteral("x' OR 'a.wav'='a.wav"));
-    ASSERT_TRUE(wavgen::writeSine(sly, 2.0));
-
-    openThroughMenu(here);
-    const qint64 hereId = m->library().WAVs->field(QStringLiteral("waveFileID")).toLongLong();
-    openThroughMenu(moved);
-    EXPECT_EQ(wavesFiled(), 2) << "a moved or renamed file is a new one";
-    EXPECT_NE(m->library().WAVs->field(QStringLiteral("waveFileID")).toLongLong(), hereId);
-    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 3000);
-    openThroughMenu(sly);
+    const std::pair<QString, qint32> files[] = {
+        {here, 1000},
+        {file(QStringLiteral("moved/take 1.wav")), 3000},
+        {file(QStringLiteral("x' OR 'a.wav'='a.wav")), 2000}};
+    for (const auto& [path, ms] : files)
+        ASSERT_TRUE(wavgen::writeSine(path, ms / 1000.0));
+    QList<qint64> ids;
+    for (const auto& [path, ms] : files) {
+        openThroughMenu(path);
+        EXPECT_EQ(loop("endTime").toInt(), ms) << path.toStdString();
+        EXPECT_FALSE(ids.contains(fileId())) << "a moved or renamed file is a new one";
+        ids << fileId();
+    }
     EXPECT_EQ(wavesFiled(), 3);
-    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 2000);
 
     // Each is found again with its own loops.
     openThroughMenu(here);
     EXPECT_EQ(wavesFiled(), 3);
-    EXPECT_EQ(m->library().WAVs->field(QStringLiteral("waveFileID")).toLongLong(), hereId);
-    ASSERT_EQ(m->library().dtaLoopPoints->RecordCount(), 1);
-    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("endTime")).toInt(), 1000);
-    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("waveFileID")).toLongLong(), hereId);
+    EXPECT_EQ(fileId(), ids.first());
+    ASSERT_EQ(loopCount(), 1);
+    EXPECT_EQ(loop("endTime").toInt(), 1000);
+    EXPECT_EQ(loop("waveFileID").toLongLong(), ids.first());
 }
 
 TEST_F(WaveCatalogue, TheProgramsScratchFilesAreRefusedOrCopiedFirst) {
@@ -211,7 +169,9 @@ TEST_F(WaveCatalogue, TheProgramsScratchFilesAreRefusedOrCopiedFirst) {
 
     chooseSlowedThen(vb::vbNo, {});
     ASSERT_EQ(Prompts::log().size(), 2);
-    EXPECT_EQ(Prompts::log().at(1).text, kSlowCopyQuestion);
+    EXPECT_EQ(Prompts::log().at(1).text,
+              u"You cannot use tempslow.wav for this function - that file name is used "
+              u"exclusively by Cantavox. Would you like to make a copy of it and slow down that?");
     EXPECT_EQ(Prompts::log().at(1).buttons & 7, vb::vbYesNo);
     EXPECT_TRUE(m->transport().cdView);
 
@@ -233,7 +193,7 @@ TEST_F(WaveCatalogue, TheProgramsScratchFilesAreRefusedOrCopiedFirst) {
     EXPECT_FALSE(m->transport().cdView);
     EXPECT_EQ(u->WaveControl->FileName(), copy);
     EXPECT_EQ(m->windowTitle(), QStringLiteral("Cantavox: ") + copy);
-    EXPECT_FALSE(waveRecord(copy).isEmpty());
+    EXPECT_TRUE(filed(copy, "waveFileID").isValid());
 
     // The next open dialog has its own title back and starts in the copy's folder.
     Prompts::clear();

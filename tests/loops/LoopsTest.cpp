@@ -1,11 +1,12 @@
-// Loops as the musician makes and plays them: marks taken by ear become abutting loops in
-// the store, the selected loop's ends are derived once and kept, and a loop repeats on its
-// natural end until the user stops it. The real window and library, generated WAV files and
-// the null sound device running faster than real time.
+// Loops as the musician makes, plays and trims them, away from the main path: the marking
+// window's lists and what closing it by its frame keeps, ends derived for loops stored without
+// one, endpoints that can't be played, a disc that isn't playing; the trim window's margin of a
+// second, a press and a release on its sliders, the end preview, Zoom Out, Prev and Next at the
+// edges of the sound, Save answered No, and its keys. The real window and library, generated
+// WAV files and the null sound device running faster than real time.
 #include "ErrorOf.h"
 #include "MainWindowTest.h"
 
-#include "app/AppPaths.h"
 #include "app/Forms.h"
 #include "app/Prompts.h"
 #include "app/frmMain.h"
@@ -16,15 +17,15 @@
 #include "loops/loopPoints.h"
 #include "loops/makeLoopPoints.h"
 #include "platform/MMControl.h"
-#include "ui_frmMain.h"
 #include "ui_makeLoopPoints.h"
 
-#include <QDir>
+#include <QAbstractButton>
 #include <QElapsedTimer>
 #include <QListWidget>
-#include <QSignalSpy>
+#include <QSlider>
 #include <QTest>
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace {
 
@@ -36,31 +37,27 @@ protected:
     // which the tests take away.
     void openWave(double seconds) {
         MainWindowTest::openWave(QStringLiteral("piece.wav"), seconds);
-        while (m->library().dtaLoopPoints->RecordCount() > 0) {
-            m->library().dtaLoopPoints->MoveFirst();
-            m->library().dtaLoopPoints->Delete();
-            m->library().dtaLoopPoints->Requery();
+        while (loops()->RecordCount() > 0) {
+            loops()->MoveFirst();
+            loops()->Delete();
         }
     }
-    QVariant storedEnd(qint32 start) {
-        auto probe = m->library().dtaLoopPoints->Clone();
+    Recordset* loops() const { return m->library().dtaLoopPoints; }
+    // A field of the loop starting there (of the first loop for -1), read afresh.
+    QVariant stored(const char* field, qint32 start) {
+        auto probe = loops()->Clone();
         probe->Requery();
-        probe->FindFirst(QStringLiteral("startTime = ?"), {start});
-        return probe->NoMatch() ? QVariant(QStringLiteral("no such loop"))
-                                : probe->field(QStringLiteral("endTime"));
+        if (start >= 0)
+            probe->FindFirst(QStringLiteral("startTime = ?"), {start});
+        return probe->NoMatch() || probe->isEOF() ? QVariant(QStringLiteral("no such loop"))
+                                                  : probe->field(QString::fromLatin1(field));
     }
-    // Rows of the loops table for the open file, in start order: (start, end, comment).
-    QList<std::tuple<qint32, qint32, QString>> rows() {
-        QList<std::tuple<qint32, qint32, QString>> out;
-        auto all = m->library().dtaLoopPoints->Clone();
-        all->Requery();
-        if (all->RecordCount() == 0)
-            return out;
-        for (all->MoveFirst(); !all->isEOF(); all->MoveNext())
-            out.append({all->field(QStringLiteral("startTime")).toInt(),
-                        all->field(QStringLiteral("endTime")).toInt(),
-                        all->field(QStringLiteral("Comment")).toString()});
-        return out;
+    // The in and out points the loop starting there plays with.
+    std::pair<qint32, qint32> endsOf(qint32 start) {
+        selectLoopStarting(start);
+        qint32 in = 0, out = 0;
+        EXPECT_FALSE(m->calcInAndOutPoints(in, out)) << "loop at " << start;
+        return {in, out};
     }
     bool boxShown(const QString& text) const {
         for (const Prompts::Record& r : Prompts::log())
@@ -68,38 +65,54 @@ protected:
                 return true;
         return false;
     }
-    // Lets the sound run on for the given milliseconds of sound time.
-    static void listen(int soundMs) { QTest::qWait(soundMs / 20); }
+    // Lets the music run on for that much of the sound.
+    bool listen(qint32 soundMs) {
+        const qint32 from = w->Position();
+        return QTest::qWaitFor([&] { return w->Position() >= from + soundMs; }, 5000);
+    }
+    makeLoopPoints* startMarking() {
+        m->cmdStartNewLoop_Click();
+        return formIfLoaded<makeLoopPoints>();
+    }
+};
+
+// The trim window comes up for a loop of a minute of sound as it is played.
+class Trim : public Loops {
+protected:
+    void SetUp() override {
+        Loops::SetUp();
+        openWave(60.0);
+    }
+    frmTrim* playLoop(qint32 start, qint32 end) {
+        addLoop(start, end);
+        selectLoopStarting(start);
+        m->btnLoopPlay_Click();
+        return formIfLoaded<frmTrim>();
+    }
+    static QSlider* s(frmTrim* t, int i) { return t->slStart(i); }
 };
 
 } // namespace
 
 TEST(LoopPointsList, KeepsOrderReachesByPositionAndKeyAndRefusesWhatIsNotThere) {
     loopPoints list;
-    EXPECT_EQ(list.Count(), 0);
-    list.Add(QStringLiteral("0005000"), QStringLiteral("0005000"), QStringLiteral("00:05"));
-    list.Add(QStringLiteral("0001000"), QStringLiteral("0001000"), QStringLiteral("00:01"),
-             QStringLiteral("first"));
-    // The same millisecond twice is two marks.
-    list.Add(QStringLiteral("0001000"), QStringLiteral("0001000"), QStringLiteral("00:01"));
+    const auto add = [&](const char* ms, const char* key = "") {
+        list.Add(QString::fromLatin1(ms), QString::fromLatin1(ms), {}, QString::fromLatin1(key));
+    };
+    add("0005000");
+    add("0001000", "first");
+    add("0001000"); // the same millisecond twice is two marks
     ASSERT_EQ(list.Count(), 3);
     EXPECT_EQ(list.Item(1)->Key, u"0005000") << "insertion order, not position order";
-    EXPECT_EQ(list.Item(2)->startTimeTTMMSS, u"00:01");
     EXPECT_EQ(list.Item(QStringLiteral("FIRST")), list.Item(2)) << "keys ignore case";
 
-    EXPECT_EQ(errorOf([&] { list.Item(0); }), 9);
-    EXPECT_EQ(errorOf([&] { list.Item(4); }), 9);
+    for (const int missing : {0, 4})
+        EXPECT_EQ(errorOf([&] { list.Item(missing); }), 9) << missing;
     EXPECT_EQ(errorOf([&] { list.Item(QStringLiteral("nobody")); }), 5);
-    EXPECT_EQ(errorOf([&] {
-                  list.Add(QStringLiteral("x"), QStringLiteral("x"), QStringLiteral("x"),
-                           QStringLiteral("First"));
-              }),
-              457);
+    EXPECT_EQ(errorOf([&] { add("x", "First"); }), 457);
     EXPECT_EQ(list.Count(), 3) << "a refused key adds nothing";
 
     list.Remove(QStringLiteral("first"));
-    ASSERT_EQ(list.Count(), 2);
-    EXPECT_EQ(list.Item(2)->Key, u"0001000");
     EXPECT_EQ(errorOf([&] { list.Item(QStringLiteral("first")); }), 5);
     QStringList walked;
     for (const auto& mark : list)
@@ -109,158 +122,100 @@ TEST(LoopPointsList, KeepsOrderReachesByPositionAndKeyAndRefusesWhatIsNotThere) 
     EXPECT_EQ(list.Count(), 0);
 }
 
-TEST_F(Loops, MarksGetSevenDigitKeysAndThePositionText) {
-    openWave(5.0);
-    u->txtCurrentPosition->setText(QStringLiteral("00:01"));
-    m->fastInsert(1234);
-    m->fastInsert(12345678);
-    m->fastInsert(0);
-    ASSERT_EQ(m->loops().loopPointBuffer->Count(), 3);
-    EXPECT_EQ(m->loops().loopPointBuffer->Item(1)->Key, u"0001234");
-    EXPECT_EQ(m->loops().loopPointBuffer->Item(1)->startTimeMs, u"0001234");
-    EXPECT_EQ(m->loops().loopPointBuffer->Item(1)->startTimeTTMMSS, u"00:01");
-    EXPECT_EQ(m->loops().loopPointBuffer->Item(2)->Key, u"12345678")
-        << "a minimum width, never a cut";
-    EXPECT_EQ(m->loops().loopPointBuffer->Item(3)->Key, u"0000000");
-    m->loops().loopPointBuffer->Clear();
-}
-
-TEST_F(Loops, MarkingByEarGivesAbuttingLoopsAndTheFirstStartsRepeating) {
+TEST_F(Loops, TheMarkingWindowListsEachMarkAsTheButtonGoesDown) {
     openWave(60.0);
     ASSERT_NE(w->Mode(), MMControl::ModePlaying);
-
     // The first mark starts the music, which runs straight through while marks are taken.
-    m->cmdStartNewLoop_Click();
-    EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
-    auto* marking = formIfLoaded<makeLoopPoints>();
+    makeLoopPoints* marking = startMarking();
     ASSERT_NE(marking, nullptr);
-    EXPECT_TRUE(marking->isVisible());
-    EXPECT_EQ(marking->windowTitle(), u"Make Loop Points");
-    EXPECT_EQ(marking->ui()->lstStarts->count(), 1);
-    ASSERT_EQ(marking->ui()->lstEnds->count(), 1);
-    EXPECT_EQ(marking->ui()->lstEnds->item(0)->text(), u"Endpoint not set yet.");
+    EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
+    QListWidget* starts = marking->ui()->lstStarts;
+    QListWidget* ends = marking->ui()->lstEnds;
+    ASSERT_EQ(ends->count(), 1);
+    EXPECT_EQ(ends->item(0)->text(), u"Endpoint not set yet.");
 
-    // Three presses on the button: the mark is taken as it goes down.
     for (int i = 0; i < 3; ++i) {
-        listen(3000);
+        ASSERT_TRUE(listen(3000));
         QTest::mousePress(marking->ui()->cmdCompletePreviousLoop, Qt::LeftButton);
-        EXPECT_EQ(m->loops().loopPointBuffer->Count(), i + 2) << "press " << i;
+        EXPECT_EQ(starts->count(), i + 2) << "press " << i;
         QTest::mouseRelease(marking->ui()->cmdCompletePreviousLoop, Qt::LeftButton);
-        EXPECT_EQ(m->loops().loopPointBuffer->Count(), i + 2) << "the release adds nothing";
+        EXPECT_EQ(starts->count(), i + 2) << "the release adds nothing";
         EXPECT_EQ(w->Mode(), MMControl::ModePlaying) << "a mark never stops the music";
         EXPECT_FALSE(playState->isArmed());
     }
-    EXPECT_EQ(marking->ui()->lstStarts->count(), 4);
-    ASSERT_EQ(marking->ui()->lstEnds->count(), 4);
-    EXPECT_EQ(marking->ui()->lstEnds->item(3)->text(), u"Endpoint not set yet.");
-    EXPECT_EQ(marking->ui()->lstEnds->item(0)->text(), marking->ui()->lstStarts->item(1)->text());
-
+    ASSERT_EQ(ends->count(), 4);
+    EXPECT_EQ(ends->item(3)->text(), u"Endpoint not set yet.");
+    EXPECT_EQ(ends->item(0)->text(), starts->item(1)->text()) << "each loop ends the next begins";
     // Rows of the two lists go together.
-    marking->ui()->lstStarts->item(2)->setSelected(true);
-    EXPECT_TRUE(marking->ui()->lstEnds->item(2)->isSelected());
-    marking->ui()->lstEnds->item(1)->setSelected(true);
-    EXPECT_TRUE(marking->ui()->lstStarts->item(1)->isSelected());
+    starts->item(2)->setSelected(true);
+    EXPECT_TRUE(ends->item(2)->isSelected());
+    ends->item(1)->setSelected(true);
+    EXPECT_TRUE(starts->item(1)->isSelected());
 
-    QStringList starts;
-    for (const auto& mark : *m->loops().loopPointBuffer)
-        starts << mark->startTimeMs;
-    listen(3000);
+    ASSERT_TRUE(listen(3000));
     QTest::mouseClick(marking->ui()->btnKeep, Qt::LeftButton);
     ProgramRun::settle();
-
     EXPECT_FALSE(isLoaded(QStringLiteral("makeLoopPoints")));
-    EXPECT_EQ(m->loops().loopPointBuffer->Count(), 0);
-    const auto saved = rows();
-    ASSERT_EQ(saved.size(), 4) << "five marks make four loops";
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(std::get<0>(saved[i]), starts[i].toInt()) << "loop " << i;
-        if (i < 3)
-            EXPECT_EQ(std::get<1>(saved[i]), std::get<0>(saved[i + 1])) << "loops abut";
-        EXPECT_GT(std::get<1>(saved[i]), std::get<0>(saved[i])) << "loop " << i;
-        EXPECT_EQ(std::get<2>(saved[i]).left(2), u"00") << "described by its position text";
-    }
-    // The first loop is selected and plays, armed to repeat.
-    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("startTime")).toInt(),
-              starts[0].toInt());
-    EXPECT_TRUE(playState->isArmed());
-    EXPECT_EQ(m->loops().inPt, starts[0].toInt());
-    EXPECT_EQ(m->loops().outPt, std::get<1>(saved[0]));
-    EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
-    EXPECT_GE(w->Position(), m->loops().inPt);
-    EXPECT_LE(w->Position(), m->loops().outPt);
     EXPECT_FALSE(isLoaded(QStringLiteral("messageForm"))) << "the saving message is taken down";
+    EXPECT_EQ(loops()->RecordCount(), 4) << "five marks make four loops";
 }
 
 TEST_F(Loops, ClosingTheMarkingWindowByItsFrameSavesNothing) {
     openWave(30.0);
-    m->cmdStartNewLoop_Click();
-    auto* marking = formIfLoaded<makeLoopPoints>();
+    makeLoopPoints* marking = startMarking();
     ASSERT_NE(marking, nullptr);
-    listen(2000);
-    QTest::mousePress(marking->ui()->cmdCompletePreviousLoop, Qt::LeftButton);
-    QTest::mouseRelease(marking->ui()->cmdCompletePreviousLoop, Qt::LeftButton);
-    ASSERT_EQ(m->loops().loopPointBuffer->Count(), 2);
+    ASSERT_TRUE(listen(2000));
+    QTest::mouseClick(marking->ui()->cmdCompletePreviousLoop, Qt::LeftButton);
+    ASSERT_EQ(marking->ui()->lstStarts->count(), 2);
     marking->close();
     ProgramRun::settle();
     EXPECT_FALSE(isLoaded(QStringLiteral("makeLoopPoints")));
-    EXPECT_EQ(m->loops().loopPointBuffer->Count(), 0);
-    EXPECT_TRUE(rows().isEmpty());
+    EXPECT_EQ(loops()->RecordCount(), 0);
 
-    // The next marking starts with only its own first mark.
-    m->cmdStartNewLoop_Click();
-    marking = formIfLoaded<makeLoopPoints>();
+    // The next marking starts with only its own first mark; Keep right after it makes one loop
+    // from the first mark to the press of Keep.
+    marking = startMarking();
     ASSERT_NE(marking, nullptr);
-    EXPECT_EQ(m->loops().loopPointBuffer->Count(), 1);
     EXPECT_EQ(marking->ui()->lstStarts->count(), 1);
-    // One press of Start and one of Keep: one loop from the first mark to the second.
-    listen(1500);
+    ASSERT_TRUE(listen(1500));
     QTest::mouseClick(marking->ui()->btnKeep, Qt::LeftButton);
     ProgramRun::settle();
-    const auto saved = rows();
-    ASSERT_EQ(saved.size(), 1);
-    EXPECT_GT(std::get<1>(saved[0]) - std::get<0>(saved[0]), 1000);
+    ASSERT_EQ(loops()->RecordCount(), 1);
+    const qint32 start = loops()->valueAt(0, QStringLiteral("startTime")).toInt();
+    EXPECT_GT(stored("endTime", start).toInt() - start, 1000);
 }
 
 TEST_F(Loops, AMissingEndIsDerivedOnceAndKept) {
     openWave(60.0);
     addLoop(10000, -1);
     addLoop(20000, -1);
-    addLoop(58000, -1);
-
-    qint32 in = 0, out = 0;
-    // Runs to the start of the next loop...
-    selectLoopStarting(10000);
-    ASSERT_FALSE(m->calcInAndOutPoints(in, out));
-    EXPECT_EQ(in, 10000);
-    EXPECT_EQ(out, 20000);
-    EXPECT_EQ(storedEnd(10000).toInt(), 20000);
-    // ...and keeps that end when the next loop moves later.
+    // The last loop lasts five seconds...
+    EXPECT_EQ(endsOf(20000), std::pair(20000, 25000));
+    EXPECT_EQ(stored("endTime", 20000).toInt(), 25000);
+    // ...another runs to the start of the next loop, and keeps that end when the next moves.
+    EXPECT_EQ(endsOf(10000), std::pair(10000, 20000));
+    EXPECT_EQ(stored("endTime", 10000).toInt(), 20000);
     selectLoopStarting(20000);
-    m->library().dtaLoopPoints->Edit();
-    m->library().dtaLoopPoints->setField(QStringLiteral("startTime"), 25000);
-    m->library().dtaLoopPoints->Update();
-    selectLoopStarting(10000);
-    ASSERT_FALSE(m->calcInAndOutPoints(in, out));
-    EXPECT_EQ(out, 20000);
-
-    // The last loop lasts five seconds, cut at the end of the file.
-    selectLoopStarting(58000);
-    ASSERT_FALSE(m->calcInAndOutPoints(in, out));
-    EXPECT_EQ(out, 60000);
-    selectLoopStarting(25000);
-    ASSERT_FALSE(m->calcInAndOutPoints(in, out));
-    EXPECT_EQ(out, 58000);
+    loops()->Edit();
+    loops()->setField(QStringLiteral("startTime"), 30000);
+    loops()->Update();
+    EXPECT_EQ(endsOf(10000).second, 20000);
+    // Five seconds are cut at the end of the file.
+    addLoop(58000, -1);
+    EXPECT_EQ(endsOf(58000).second, 60000);
     EXPECT_FALSE(boxShown(kLoopProblem));
 }
 
-TEST_F(Loops, LastLoopWithoutAnEndGetsFiveSeconds) {
-    openWave(60.0);
-    addLoop(10000, -1);
-    selectLoopStarting(10000);
+TEST_F(Loops, OfTwoLoopsWithOneStartTheFirstWins) {
+    openWave(30.0);
+    addLoop(5000, 7000, QStringLiteral("first"));
+    addLoop(5000, 9000, QStringLiteral("second"));
+    loops()->MoveLast();
+    ASSERT_EQ(loops()->field(QStringLiteral("Comment")).toString(), u"second");
     qint32 in = 0, out = 0;
     ASSERT_FALSE(m->calcInAndOutPoints(in, out));
-    EXPECT_EQ(out, 15000);
-    EXPECT_EQ(storedEnd(10000).toInt(), 15000);
+    EXPECT_EQ(out, 7000);
+    EXPECT_EQ(loops()->field(QStringLiteral("Comment")).toString(), u"first");
 }
 
 TEST_F(Loops, WrongEndpointsSpeakAndPlayNothing) {
@@ -278,59 +233,17 @@ TEST_F(Loops, WrongEndpointsSpeakAndPlayNothing) {
     unloadForm(formIfLoaded<frmTrim>());
     ProgramRun::settle();
     Prompts::clear();
-    selectLoopStarting(12000);
-    qint32 in = 0, out = 0;
-    EXPECT_FALSE(m->calcInAndOutPoints(in, out));
-    EXPECT_EQ(in, 12000);
-    EXPECT_EQ(out, 12000);
+    EXPECT_EQ(endsOf(12000), std::pair(12000, 12000));
     EXPECT_FALSE(boxShown(kLoopProblem));
 
     // An empty grid has no loop to play: the same words, nothing else.
-    for (int i = 0; i < 2; ++i) {
-        m->library().dtaLoopPoints->MoveFirst();
-        m->library().dtaLoopPoints->Delete();
-        m->library().dtaLoopPoints->Requery();
+    while (loops()->RecordCount() > 0) {
+        loops()->MoveFirst();
+        loops()->Delete();
     }
+    qint32 in = 0, out = 0;
     EXPECT_TRUE(m->calcInAndOutPoints(in, out));
     EXPECT_TRUE(boxShown(kLoopProblem));
-}
-
-TEST_F(Loops, OfTwoLoopsWithOneStartTheFirstWins) {
-    openWave(30.0);
-    addLoop(5000, 7000, QStringLiteral("first"));
-    addLoop(5000, 9000, QStringLiteral("second"));
-    m->library().dtaLoopPoints->MoveLast();
-    ASSERT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("Comment")).toString(), u"second");
-    qint32 in = 0, out = 0;
-    ASSERT_FALSE(m->calcInAndOutPoints(in, out));
-    EXPECT_EQ(out, 7000);
-    EXPECT_EQ(m->library().dtaLoopPoints->field(QStringLiteral("Comment")).toString(), u"first");
-}
-
-TEST_F(Loops, ALoopRepeatsOnItsNaturalEndAndStopsForGoodOnTheUsersStop) {
-    openWave(30.0);
-    addLoop(4000, 6000);
-    selectLoopStarting(4000);
-    QSignalSpy done(w, &MMControl::Done);
-    m->btnLoopPlay_Click();
-    EXPECT_TRUE(playState->isArmed());
-    EXPECT_FALSE(gvPlayRequested);
-    ASSERT_EQ(w->Mode(), MMControl::ModePlaying);
-    EXPECT_EQ(w->UpdateInterval(), 500);
-
-    // Three passes: each natural end plays the loop again.
-    for (int pass = 0; pass < 3; ++pass) {
-        ASSERT_TRUE(done.wait(3000)) << "pass " << pass;
-        EXPECT_EQ(done.last().at(0).toInt(), MMControl::NotifySuccessful);
-        EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
-        EXPECT_GE(w->Position(), 4000);
-        EXPECT_LE(w->Position(), 6000);
-    }
-    m->togglePlayState();
-    EXPECT_FALSE(playState->isArmed());
-    EXPECT_NE(w->Mode(), MMControl::ModePlaying);
-    QTest::qWait(300);
-    EXPECT_NE(w->Mode(), MMControl::ModePlaying) << "no pass after the user's stop";
 }
 
 TEST_F(Loops, ALoopReachingPastTheEndPlaysToTheEnd) {
@@ -343,19 +256,6 @@ TEST_F(Loops, ALoopReachingPastTheEndPlaysToTheEnd) {
     EXPECT_EQ(w->Error(), 0);
 }
 
-TEST_F(Loops, SaveCurrentStatusRemembersTheSelectedLoop) {
-    openWave(20.0);
-    EXPECT_FALSE(m->saveCurrentStatus());
-    EXPECT_TRUE(boxShown(QStringLiteral("There are no loop points created. Please make at least "
-                                        "one loop point before continuing")));
-    addLoop(3000, 5000);
-    addLoop(7000, 9000);
-    selectLoopStarting(7000);
-    EXPECT_TRUE(m->saveCurrentStatus());
-    EXPECT_EQ(m->loops().prevStartTime, 7000);
-    EXPECT_FALSE(m->transport().savedCdView);
-}
-
 TEST_F(Loops, WithoutADiscPlayingStartNewLoopMarksNothingAndDoesntHang) {
     ASSERT_TRUE(m->transport().cdView);
     QElapsedTimer t;
@@ -364,4 +264,115 @@ TEST_F(Loops, WithoutADiscPlayingStartNewLoopMarksNothingAndDoesntHang) {
     EXPECT_LT(t.elapsed(), 1000);
     EXPECT_EQ(m->loops().loopPointBuffer->Count(), 0);
     EXPECT_FALSE(isLoaded(QStringLiteral("makeLoopPoints")));
+}
+
+TEST_F(Trim, OpensOnTheLoopWithASecondOfMarginAndASecondPlayFitsItAgain) {
+    frmTrim* t = playLoop(10000, 14000);
+    ASSERT_NE(t, nullptr);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(s(t, i)->minimum(), 9000);
+        EXPECT_EQ(s(t, i)->maximum(), 15000);
+    }
+    EXPECT_EQ(s(t, 0)->value(), 10000);
+    EXPECT_EQ(s(t, 1)->value(), 14000);
+    // While the window is up its sliders are the loop...
+    s(t, 0)->setValue(11000);
+    EXPECT_EQ(m->loops().inPt, 11000);
+    // ...and a second press on Play Selected Loop fits them to the stored loop again.
+    m->btnLoopPlay_Click();
+    EXPECT_EQ(formIfLoaded<frmTrim>(), t);
+    EXPECT_EQ(s(t, 0)->value(), 10000);
+    EXPECT_EQ(m->loops().inPt, 10000);
+}
+
+TEST_F(Trim, APressedSliderStopsTheLoopAndTheReleasePlaysTheNewBoundsUnstoredUntilYes) {
+    frmTrim* t = playLoop(10000, 14000);
+    ASSERT_NE(t, nullptr);
+    gvPreviewEnd = false;
+    t->slStart_MouseDown(0);
+    EXPECT_FALSE(playState->isArmed());
+    EXPECT_NE(w->Mode(), MMControl::ModePlaying);
+    s(t, 0)->setValue(10500);
+    t->slStart_MouseUp(0);
+    EXPECT_TRUE(playState->isArmed());
+    EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
+    EXPECT_EQ(m->loops().inPt, 10500);
+    EXPECT_EQ(m->loops().outPt, 14000);
+    EXPECT_EQ(m->panelText(QStringLiteral("pnlLoopLength")), u"Loop Length: 00:03");
+
+    Prompts::pushAnswer(vb::vbNo);
+    t->cmdSave_Click();
+    EXPECT_EQ(stored("startTime", -1).toInt(), 10000) << "No keeps the stored loop";
+    Prompts::pushAnswer(vb::vbYes);
+    t->cmdSave_Click();
+    EXPECT_EQ(stored("startTime", -1).toInt(), 10500);
+    EXPECT_EQ(stored("endTime", -1).toInt(), 14000);
+}
+
+TEST_F(Trim, TheEndPreviewPlaysTheLastTwoSecondsOfALoopOverThree) {
+    frmTrim* t = playLoop(10000, 16000);
+    gvPreviewEnd = true;
+    s(t, 1)->setValue(15000);
+    // The preview is under way: the last two seconds, and the whole loop stays in force.
+    EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
+    EXPECT_GE(w->Position(), 13000);
+    EXPECT_EQ(m->loops().inPt, 10000);
+    EXPECT_EQ(m->loops().outPt, 15000);
+    EXPECT_EQ(w->From(), 10000) << "the loop's own bounds are put back for the next pass";
+    EXPECT_EQ(w->To(), 15000);
+
+    // A loop of three seconds or less never previews.
+    s(t, 0)->setValue(12000);
+    s(t, 1)->setValue(14500);
+    EXPECT_LT(w->Position(), 12500) << "plays from the start at once";
+    EXPECT_EQ(m->loops().inPt, 12000);
+}
+
+TEST_F(Trim, ZoomPrevAndNextStayWithinTheSliders) {
+    frmTrim* t = playLoop(3000, 5000);
+    t->cmdZoom_Click();
+    EXPECT_EQ(s(t, 0)->minimum(), 0) << "never below 0";
+    EXPECT_EQ(s(t, 0)->maximum(), 11000);
+    t->cmdZoom_Click();
+    EXPECT_EQ(s(t, 1)->maximum(), 16000) << "each press widens further";
+    EXPECT_EQ(s(t, 0)->value(), 3000) << "zoom doesn't move the ends";
+
+    // Prev moves by the loop's length, short of it at the left stop and not at all there;
+    // Next by the loop's length. Each shift is heard.
+    for (const auto& [button, start, end] :
+         {std::tuple{1, 1000, 3000}, {1, 0, 2000}, {1, 0, 2000}, {2, 2000, 4000}}) {
+        SCOPED_TRACE(testing::Message() << (button == 1 ? "Prev" : "Next") << " to " << start);
+        t->cmdNext_Click(button);
+        EXPECT_EQ(s(t, 0)->value(), start);
+        EXPECT_EQ(s(t, 1)->value(), end);
+        EXPECT_EQ(m->loops().inPt, start);
+    }
+}
+
+TEST_F(Trim, ALoopWithinTheFirstSecondGetsANegativeMinimum) {
+    frmTrim* t = playLoop(400, 2400);
+    EXPECT_EQ(s(t, 0)->minimum(), -600);
+    EXPECT_EQ(s(t, 0)->value(), 400);
+    t->cmdNext_Click(1);
+    EXPECT_EQ(s(t, 0)->value(), -600);
+    EXPECT_EQ(m->loops().inPt, 0) << "the loop starts with the sound";
+    EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
+    t->cmdZoom_Click();
+    EXPECT_EQ(s(t, 0)->minimum(), 0);
+}
+
+TEST_F(Trim, KeysInTheWindowAreTheMainWindowsAndNoButtonTakesThem) {
+    frmTrim* t = playLoop(10000, 14000);
+    ASSERT_TRUE(playState->isArmed());
+    s(t, 0)->setFocus();
+    // Space stops, as it does on the main window; Save never sees it.
+    QTest::keyClick(s(t, 0), Qt::Key_Space);
+    EXPECT_NE(w->Mode(), MMControl::ModePlaying);
+    EXPECT_TRUE(Prompts::log().isEmpty());
+    for (QAbstractButton* b : t->findChildren<QAbstractButton*>())
+        EXPECT_EQ(b->focusPolicy(), Qt::NoFocus) << b->objectName().toStdString();
+    // F7 plays the loop again.
+    QTest::keyClick(s(t, 0), Qt::Key_F7);
+    EXPECT_EQ(w->Mode(), MMControl::ModePlaying);
+    EXPECT_EQ(s(t, 0)->value(), 10000) << "arrow keys aside, the key moved nothing";
 }

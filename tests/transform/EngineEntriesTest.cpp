@@ -1,7 +1,9 @@
 // The engine entries as the program uses them, on the real Rubber Band engine with generated
 // WAV files: a start returns while the job runs, in both modes; the end comes once per job
-// from another thread; a stop is harmless when idle and still ends with one callback. And
-// the cut of a loop out of a wave file, in the file's own format, to the frame.
+// from another thread; a stop is harmless when idle and still ends with one callback; odd
+// files are transformed or refused in words. And the cut of a loop out of a wave file, in the
+// file's own format, to the frame.
+#include "SoundProbe.h"
 #include "TestHome.h"
 #include "WavGen.h"
 
@@ -9,12 +11,11 @@
 #include "platform/WaveSection.h"
 #include "transform/slowplayInterface.h"
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
-#include <atomic>
 #include <functional>
 #include <gtest/gtest.h>
 #include <mutex>
@@ -23,25 +24,6 @@
 #include <vector>
 
 namespace {
-
-SF_INFO infoOf(const QString& path) {
-    SF_INFO info{};
-    if (SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_READ, &info))
-        sf_close(sf);
-    return info;
-}
-
-std::vector<int> samplesOf(const QString& path, sf_count_t from, sf_count_t frames) {
-    SF_INFO info{};
-    SNDFILE* sf = sf_open(QFile::encodeName(path).constData(), SFM_READ, &info);
-    if (!sf)
-        return {};
-    sf_seek(sf, from, SEEK_SET);
-    std::vector<int> v(size_t(frames) * info.channels);
-    v.resize(size_t(sf_readf_int(sf, v.data(), frames)) * info.channels);
-    sf_close(sf);
-    return v;
-}
 
 // Counts callbacks and remembers the threads they came on.
 struct Ends {
@@ -53,11 +35,7 @@ struct Ends {
         return int(results.size());
     }
     bool waitFor(int n, int ms) {
-        QElapsedTimer t;
-        t.start();
-        while (count() < n && t.elapsed() < ms)
-            QTest::qWait(10);
-        return count() >= n;
+        return QTest::qWaitFor([&] { return count() >= n; }, ms);
     }
 };
 Ends* g_ends = nullptr;
@@ -109,7 +87,7 @@ TEST_F(EngineEntries, StartReturnsWhileTheJobRunsAndTheEndComesOnceFromItsThread
         QTest::qWait(200);
         EXPECT_EQ(ends->count(), 1) << "one end per job";
         EXPECT_NE(ends->threads[0], std::this_thread::get_id());
-        EXPECT_EQ(infoOf(output).frames, 2 * 3 * 22050) << "twice as long, to the frame";
+        EXPECT_EQ(load(output).info.frames, 2 * 3 * 22050) << "twice as long, to the frame";
     }
 }
 
@@ -121,7 +99,8 @@ TEST_F(EngineEntries, StopIsHarmlessWhenIdleAndEndsARunningJobWithOneEnd) {
 
     ASSERT_TRUE(wavgen::writeSine(input, 20.0, 440.0, {22050, 1}));
     ASSERT_EQ(MFPlayFileStart(input, 1.0, 4.0, 2048, 1, output, 1, 0), 0);
-    QTest::qWait(100);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QFileInfo(output).size() > 4096; }, 5000))
+        << "the job never got under way";
     MFPlayFileStop();
     ASSERT_TRUE(ends->waitFor(1, 3000));
     EXPECT_EQ(ends->results[0], 1) << "a stopped job reports 1";
@@ -130,31 +109,9 @@ TEST_F(EngineEntries, StopIsHarmlessWhenIdleAndEndsARunningJobWithOneEnd) {
 
     // A second start while one runs replaces it: the first ends (once), the second runs on.
     ASSERT_EQ(MFPlayFileStart(input, 1.0, 4.0, 2048, 1, output, 1, 0), 0);
-    QTest::qWait(50);
     ASSERT_EQ(MFPlayFileStart(input, 1.0, 1.0, 512, 1, output, 0, 0), 0);
     ASSERT_TRUE(ends->waitFor(3, 20000));
-    EXPECT_EQ(infoOf(output).frames, 20 * 22050) << "the file is the second job's";
-}
-
-TEST_F(EngineEntries, RefusalsComeBackAsNumbersWithTheirWords) {
-    EXPECT_EQ(MFPlayFileStart(dir.filePath(QStringLiteral("missing.wav")), 1.0, 2.0, 2048, 1,
-                              output, 0, 0),
-              2);
-    QFile text(input);
-    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
-    text.write("not a wave file at all");
-    text.close();
-    const qint32 notSound = MFPlayFileStart(input, 1.0, 2.0, 2048, 1, output, 0, 0);
-    EXPECT_EQ(notSound, 3);
-    EXPECT_EQ(slowPlayErrorMessage(2), u"Unable to open input file. Possible disk full problem.");
-    EXPECT_EQ(slowPlayErrorMessage(3), u"Unable to read RIFF format info from input file.");
-    EXPECT_EQ(slowPlayErrorMessage(4), u"Unable to open temp output file.");
-    ASSERT_TRUE(wavgen::writeSine(input, 1.0, 440.0, {8000, 1}));
-    EXPECT_EQ(MFPlayFileStart(input, 1.0, 2.0, 2048, 1,
-                              dir.filePath(QStringLiteral("no such folder/tempslow.wav")), 0, 0),
-              4);
-    QTest::qWait(100);
-    EXPECT_EQ(ends->count(), 0) << "a job that never started has no end";
+    EXPECT_EQ(load(output).info.frames, 20 * 22050) << "the file is the second job's";
 }
 
 TEST(WaveSection, CutsTheLoopInTheSourcesOwnFormatToTheFrame) {
@@ -178,15 +135,15 @@ TEST(WaveSection, CutsTheLoopInTheSourcesOwnFormatToTheFrame) {
         QFile::remove(source);
         QFile::remove(cut);
         ASSERT_TRUE(wavgen::writeSine(source, 4.0, 330.0, c.format));
-        const SF_INFO in = infoOf(source);
         EXPECT_EQ(extractWAVEfileSection(source, cut, 1000, 2500), c.format.channels);
-        const SF_INFO out = infoOf(cut);
-        EXPECT_EQ(out.frames, c.format.rate * 3 / 2);
-        EXPECT_EQ(out.samplerate, in.samplerate);
-        EXPECT_EQ(out.channels, in.channels);
-        EXPECT_EQ(out.format & SF_FORMAT_SUBMASK, in.format & SF_FORMAT_SUBMASK);
+        const Sound in = load(source), out = load(cut);
+        EXPECT_EQ(out.info.frames, c.format.rate * 3 / 2);
+        EXPECT_EQ(out.info.samplerate, in.info.samplerate);
+        EXPECT_EQ(out.info.channels, in.info.channels);
+        EXPECT_EQ(out.info.format & SF_FORMAT_SUBMASK, in.info.format & SF_FORMAT_SUBMASK);
         // The same samples, from the first frame of the section on.
-        EXPECT_EQ(samplesOf(cut, 0, 64), samplesOf(source, c.format.rate, 64));
+        const auto from = in.samples.begin() + c.format.rate * c.format.channels;
+        EXPECT_TRUE(std::equal(out.samples.begin(), out.samples.end(), from));
     }
 }
 
@@ -198,10 +155,10 @@ TEST(WaveSection, ClampsToTheSoundAndSaysWhyItWroteNothing) {
     ASSERT_TRUE(wavgen::writeSine(source, 2.0, 440.0, {8000, 1}));
     // An end past the sound ends with the sound.
     EXPECT_EQ(extractWAVEfileSection(source, cut, 1500, 9000), 1);
-    EXPECT_EQ(infoOf(cut).frames, 4000);
+    EXPECT_EQ(load(cut).info.frames, 4000);
     // Ends on frames: 0.0625 ms is half a frame at 8 kHz.
     EXPECT_EQ(extractWAVEfileSection(source, cut, 1, 2), 1);
-    EXPECT_EQ(infoOf(cut).frames, 8);
+    EXPECT_EQ(load(cut).info.frames, 8);
 
     EXPECT_EQ(extractWAVEfileSection(source, cut, 1500, 1500), -2);
     EXPECT_EQ(extractWAVEfileSection(source, cut, 1500, 1000), -2);
@@ -215,31 +172,33 @@ TEST(WaveSection, ClampsToTheSoundAndSaysWhyItWroteNothing) {
     EXPECT_TRUE(lastWaveSectionError().contains(u"nowhere/temp.wav"));
 }
 
+// What the start gives for odd scratch files: 0 and a job that ends in a file twice as long,
+// or a refusal with its words and no job at all.
 TEST_F(EngineEntries, OddScratchFilesAreTransformedOrRefusedWithWords) {
+    const auto sine = [&](double seconds, const wavgen::Format& format) {
+        return [=, this] { return wavgen::writeSine(input, seconds, 440.0, format); };
+    };
+    const auto bytes = [&](const QByteArray& content) {
+        return [=, this] { return wavgen::writeBytes(input, content); };
+    };
     struct Case {
         const char* name;
         std::function<bool()> write;
-        qint32 result; // what the start gives
-        qint64 frames; // the output's frames when it runs
+        qint32 result;
+        qint64 frames; // the output's, when it runs
+        QString output;
     };
+    const QString noFolder = dir.filePath(QStringLiteral("no such folder/tempslow.wav"));
     const Case cases[] = {
-        {"mono 8-bit",
-         [&] {
-             return wavgen::writeSine(input, 1.0, 440.0, {8000, 1, SF_FORMAT_PCM_U8});
-         },
-         0, 16000},
-        {"96 kHz float",
-         [&] {
-             return wavgen::writeSine(input, 0.5, 440.0, {96000, 2, SF_FORMAT_FLOAT});
-         },
-         0, 96000},
-        {"empty file", [&] { return wavgen::writeBytes(input, {}); }, 3, 0},
-        {"header without sound",
-         [&] { return wavgen::writeBytes(input, wavgen::pcm16Bytes(0, 2, 44100)); }, 5, 0},
+        {"mono 8-bit", sine(1.0, {8000, 1, SF_FORMAT_PCM_U8}), 0, 16000, output},
+        {"96 kHz float", sine(0.5, {96000, 2, SF_FORMAT_FLOAT}), 0, 96000, output},
         // The header claims a second, the file holds a tenth: what is there is transformed.
-        {"truncated",
-         [&] { return wavgen::writeBytes(input, wavgen::pcm16Bytes(4410, 1, 44100, -1, 88200)); },
-         0, 8820},
+        {"truncated", bytes(wavgen::pcm16Bytes(4410, 1, 44100, -1, 88200)), 0, 8820, output},
+        {"missing", [] { return true; }, 2, 0, output},
+        {"not sound", bytes("not a wave file at all"), 3, 0, output},
+        {"empty", bytes({}), 3, 0, output},
+        {"header without sound", bytes(wavgen::pcm16Bytes(0, 2, 44100)), 5, 0, output},
+        {"output folder missing", sine(1.0, {8000, 1}), 4, 0, noFolder},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -247,14 +206,18 @@ TEST_F(EngineEntries, OddScratchFilesAreTransformedOrRefusedWithWords) {
         QFile::remove(output);
         ends->results.clear();
         ASSERT_TRUE(c.write());
-        const qint32 result = MFPlayFileStart(input, 1.0, 2.0, 1024, 1, output, 0, 0);
-        EXPECT_EQ(result, c.result);
-        if (result == 0) {
+        EXPECT_EQ(MFPlayFileStart(input, 1.0, 2.0, 1024, 1, c.output, 0, 0), c.result);
+        if (c.result == 0) {
             ASSERT_TRUE(ends->waitFor(1, 20000));
             EXPECT_EQ(ends->results[0], 0);
-            EXPECT_EQ(infoOf(output).frames, c.frames);
+            EXPECT_EQ(load(output).info.frames, c.frames);
         } else {
-            EXPECT_FALSE(slowPlayErrorMessage(result).isEmpty());
+            QTest::qWait(100);
+            EXPECT_EQ(ends->count(), 0) << "a job that never started has no end";
         }
     }
+    EXPECT_EQ(slowPlayErrorMessage(2), u"Unable to open input file. Possible disk full problem.");
+    EXPECT_EQ(slowPlayErrorMessage(3), u"Unable to read RIFF format info from input file.");
+    EXPECT_EQ(slowPlayErrorMessage(4), u"Unable to open temp output file.");
+    EXPECT_FALSE(slowPlayErrorMessage(5).isEmpty());
 }

@@ -8,6 +8,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace {
 
@@ -16,17 +17,24 @@ struct Outcome {
     QString err;
 };
 
-Outcome transform(const QStringList& args) {
-    QProcess p;
-    p.start(QStringLiteral(CANTAVOX_TRANSFORM_BINARY), args);
-    p.waitForFinished(120000);
-    return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
-            QString::fromUtf8(p.readAllStandardError())};
-}
-
 class TransformCli : public ::testing::Test {
 protected:
     QString file(const char* name) const { return dir.filePath(QString::fromLatin1(name)); }
+    static Outcome transform(const QStringList& args) {
+        QProcess p;
+        p.start(QStringLiteral(CANTAVOX_TRANSFORM_BINARY), args);
+        p.waitForFinished(120000);
+        return {p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1,
+                QString::fromUtf8(p.readAllStandardError())};
+    }
+    // One file of the test's folder into another, at that speed and pitch.
+    Outcome transform(const char* in, const char* out, const char* speed, const char* pitch,
+                      const QStringList& more = {}) {
+        return transform(QStringList{file(in), file(out), QStringLiteral("--speed"),
+                                     QString::fromLatin1(speed), QStringLiteral("--pitch"),
+                                     QString::fromLatin1(pitch)} +
+                         more);
+    }
     QTemporaryDir dir;
 };
 
@@ -34,8 +42,7 @@ protected:
 
 TEST_F(TransformCli, SlowsDownAtThePitchAndShiftsAtTheSpeed) {
     ASSERT_TRUE(wavgen::writeSine(file("in.wav"), 2.0, 440.0, {22050, 2}));
-    Outcome r = transform({file("in.wav"), file("slow.wav"), QStringLiteral("--speed"),
-                           QStringLiteral("50"), QStringLiteral("--pitch"), QStringLiteral("0")});
+    Outcome r = transform("in.wav", "slow.wav", "50", "0");
     ASSERT_EQ(r.status, 0) << r.err.toStdString();
     EXPECT_FALSE(r.err.contains(u'[')) << "no progress bar when stderr isn't a terminal";
     Sound slow = load(file("slow.wav"));
@@ -43,9 +50,8 @@ TEST_F(TransformCli, SlowsDownAtThePitchAndShiftsAtTheSpeed) {
     EXPECT_EQ(slow.info.channels, 2);
     EXPECT_NEAR(cents(frequencyOf(slow), 440.0), 0.0, 1.0);
 
-    r = transform({file("in.wav"), file("fifth.wav"), QStringLiteral("--speed"),
-                   QStringLiteral("100"), QStringLiteral("--pitch"), QStringLiteral("700"),
-                   QStringLiteral("--quality"), QStringLiteral("1"), QStringLiteral("--channel"),
+    r = transform("in.wav", "fifth.wav", "100", "700",
+                  {QStringLiteral("--quality"), QStringLiteral("1"), QStringLiteral("--channel"),
                    QStringLiteral("2")});
     ASSERT_EQ(r.status, 0) << r.err.toStdString();
     Sound fifth = load(file("fifth.wav"));
@@ -79,26 +85,15 @@ TEST_F(TransformCli, ABadCommandLineShowsTheUsageWithStatus2) {
 }
 
 TEST_F(TransformCli, ABadFileIsNamedWithTheEnginesWordsAndStatus1) {
-    Outcome r = transform({file("missing.wav"), file("out.wav"), QStringLiteral("--speed"),
-                           QStringLiteral("50"), QStringLiteral("--pitch"), QStringLiteral("0")});
-    EXPECT_EQ(r.status, 1);
-    EXPECT_TRUE(r.err.contains(u"missing.wav: Unable to open input file.")) << r.err.toStdString();
-
-    QFile text(file("notes.wav"));
-    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
-    text.write("C major, then G");
-    text.close();
-    r = transform({file("notes.wav"), file("out.wav"), QStringLiteral("--speed"),
-                   QStringLiteral("50"), QStringLiteral("--pitch"), QStringLiteral("0")});
-    EXPECT_EQ(r.status, 1);
-    EXPECT_TRUE(r.err.contains(u"notes.wav: Unable to read RIFF format info from input file."))
-        << r.err.toStdString();
-
+    ASSERT_TRUE(wavgen::writeBytes(file("notes.wav"), "C major, then G"));
     ASSERT_TRUE(wavgen::writeSine(file("in.wav"), 0.5, 440.0, {8000, 1}));
-    r = transform({file("in.wav"), file("no folder/out.wav"), QStringLiteral("--speed"),
-                   QStringLiteral("50"), QStringLiteral("--pitch"), QStringLiteral("0")});
-    EXPECT_EQ(r.status, 1);
-    EXPECT_TRUE(r.err.contains(u"out.wav: Unable to open temp output file."))
-        << r.err.toStdString();
+    for (const auto& [in, out, words] :
+         {std::tuple{"missing.wav", "out.wav", "missing.wav: Unable to open input file."},
+          {"notes.wav", "out.wav", "notes.wav: Unable to read RIFF format info from input file."},
+          {"in.wav", "no folder/out.wav", "out.wav: Unable to open temp output file."}}) {
+        const Outcome r = transform(in, out, "50", "0");
+        EXPECT_EQ(r.status, 1) << in;
+        EXPECT_TRUE(r.err.contains(QString::fromLatin1(words))) << r.err.toStdString();
+    }
     EXPECT_FALSE(QFile::exists(file("out.wav")));
 }
