@@ -76,7 +76,10 @@ TEST_F(Autoplay, TheProgramHoldsItWhileRunning) {
         EXPECT_EQ(list("ignore"), u"['x-content/audio-cdda']");
     }
     EXPECT_EQ(list("start-app"), u"['x-content/video-dvd', 'x-content/audio-cdda']");
-    EXPECT_TRUE(Prompts::log().isEmpty());
+    // Taking the desktop's autoplay and giving it back says nothing (a first start without a
+    // CD drive only asks for one).
+    for (const Prompts::Record& r : Prompts::log())
+        EXPECT_EQ(r.title, u"Enter audio CD drive letter") << r.text.toStdString();
 }
 
 TEST(AutoplayAbsent, WithoutTheDesktopSettingNothingHappensSilently) {

@@ -62,6 +62,39 @@ QList<LibraryReader::Loop> LibraryReader::loopsOf(const QString& fileName) {
     return loops;
 }
 
+QList<LibraryReader::Disc> LibraryReader::discs() {
+    QList<Disc> out;
+    for (const QVariantList& r :
+         rows(QStringLiteral("SELECT CDid, Title, Artist, cdLen, track1Len, numTracks FROM CDs "
+                             "WHERE cdLen > 0 ORDER BY CDid"),
+              {})) {
+        Disc d{r[0].toInt(),
+               r[1].toString(),
+               r[2].toString(),
+               r[3].toLongLong(),
+               r[4].toLongLong(),
+               r[5].toInt(),
+               {}};
+        for (const QVariantList& t :
+             rows(QStringLiteral("SELECT TrackName FROM Tracks WHERE CDid = ? ORDER BY TrackNum"),
+                  {d.id}))
+            d.trackNames << t[0].toString();
+        out << d;
+    }
+    return out;
+}
+
+QList<LibraryReader::Loop> LibraryReader::loopsOfDisc(int cdId) {
+    QList<Loop> loops;
+    for (const QVariantList& r :
+         rows(QStringLiteral("SELECT startTime, endTime, Chords, Lyrics, Comment, lastPct FROM "
+                             "LoopPoints WHERE CDid = ? ORDER BY startTime"),
+              {cdId}))
+        loops << Loop{r[0].toInt(),    r[1].toInt(),    r[2].toString(),
+                      r[3].toString(), r[4].toString(), r[5]};
+    return loops;
+}
+
 QVariant LibraryReader::fileField(const QString& fileName, const QString& field) {
     // The field's name is the journey's own word, never the user's.
     const auto found = rows(QStringLiteral("SELECT \"%1\" FROM \"Wave Files\" WHERE "

@@ -36,6 +36,17 @@ public:
     };
     // The loops of the wave file of that name, in start order.
     static QList<Loop> loopsOf(const QString& fileName);
+    struct Disc {
+        int id = 0;
+        QString title, artist;
+        qint64 cdLen = 0, track1Len = 0;
+        int numTracks = 0;
+        QStringList trackNames;
+    };
+    // The discs the library knows, but for the record of the empty drive.
+    static QList<Disc> discs();
+    // The loops of a disc, in start order.
+    static QList<Loop> loopsOfDisc(int cdId);
     // A field of the wave file's own record (Null when there is no such file).
     static QVariant fileField(const QString& fileName, const QString& field);
 

@@ -125,9 +125,23 @@ TEST_F(CdDeviceTest, ADiscOpensByItsDrivesLetterAndTellsItsTracks) {
     control.setCommand(QStringLiteral("Eject"));
     EXPECT_EQ(control.Error(), 0) << control.ErrorMessage().toStdString();
     EXPECT_EQ(control.Tracks(), 0);
+    // Like a drive, the device stays open while discs come and go.
     open(QStringLiteral("D:"));
-    EXPECT_GT(control.Error(), 0) << "the disc is out";
+    EXPECT_EQ(control.Error(), 0) << "an empty drive opens";
+    EXPECT_EQ(control.Tracks(), 0);
+    EXPECT_EQ(control.Length(), 0);
+    control.setCommand(QStringLiteral("Play"));
+    EXPECT_GT(control.Error(), 0);
     EXPECT_TRUE(control.ErrorMessage().startsWith(QStringLiteral("There is no disc")));
+    ASSERT_TRUE(cdimage::insert(drive, {{{10.0}}}));
+    EXPECT_EQ(control.Tracks(), 1) << "the disc put in is there at the next question";
+    EXPECT_EQ(control.Length(), 10000);
+    // Another disc in its place is another disc, not the one before.
+    ASSERT_TRUE(cdimage::insert(drive, {{{12.0}, {3.0}}}));
+    EXPECT_EQ(control.Tracks(), 2);
+    EXPECT_EQ(control.Length(), 15000);
+    ASSERT_TRUE(cdimage::eject(drive));
+    EXPECT_EQ(control.Tracks(), 0) << "and one taken out is gone";
 }
 
 TEST_F(CdDeviceTest, AStretchAcrossTwoTracksSoundsEverySampleFromWhereItLies) {

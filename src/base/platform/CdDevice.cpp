@@ -101,29 +101,98 @@ MediaDevice::Result CdDevice::open(const QString& fileName) {
         return {kErrNotReady, letter.isEmpty()
                                   ? QStringLiteral("There is no CD drive.")
                                   : QStringLiteral("There is no CD drive %1:.").arg(letter)};
-    CdDisc disc;
-    QString why;
-    if (!disc.open(*found, why))
-        return {kErrNotReady, why};
+    if (CdDisc::status(*found) == CdDisc::Status::Denied)
+        return {kErrNotReady,
+                QStringLiteral("You may not read the CD drive %1. Ask for membership of its "
+                               "group (usually \"cdrom\") and log in again.")
+                    .arg(found->device)};
     m_drive = *found;
+    m_driveOpen = true;
+    QString why;
+    loadDisc(why);
+    return {};
+}
+
+bool CdDevice::loadDisc(QString& why) {
+    CdDisc disc;
+    if (!disc.open(m_drive, why))
+        return false;
     m_contents = disc.contents();
-    return openSource(std::make_unique<DiscSource>(m_drive, m_contents), fileName);
+    m_discStamp = CdDisc::stamp(m_drive);
+    const Result r = openSource(std::make_unique<DiscSource>(m_drive, m_contents),
+                                m_drive.letter + QStringLiteral(":"));
+    return r.ok();
+}
+
+void CdDevice::followDrive() const {
+    if (!m_driveOpen)
+        return;
+    // The answers of a drive change under the asker; so do this device's.
+    auto* self = const_cast<CdDevice*>(this);
+    const bool present = CdDisc::status(m_drive) == CdDisc::Status::Present;
+    const bool loaded = WaveDevice::isOpen();
+    if (loaded && (!present || CdDisc::stamp(m_drive) != m_discStamp)) {
+        self->WaveDevice::close();
+        self->m_contents = {};
+    }
+    if (present && !WaveDevice::isOpen()) {
+        QString why;
+        self->loadDisc(why);
+    }
+}
+
+MediaDevice::Result CdDevice::noDisc() const {
+    return {kErrNotReady,
+            QStringLiteral("There is no disc in the CD drive %1.").arg(m_drive.shownName())};
 }
 
 MediaDevice::Result CdDevice::close() {
+    m_driveOpen = false;
     m_contents = {};
     return WaveDevice::close();
 }
 
 MediaDevice::Result CdDevice::eject() {
     const CdDrive drive = m_drive.device.isEmpty() ? CdDrives::list().value(0) : m_drive;
-    close();
+    if (WaveDevice::isOpen()) {
+        WaveDevice::close();
+        m_contents = {};
+    }
     QString why;
     if (drive.device.isEmpty())
         return {kErrNotReady, QStringLiteral("There is no CD drive.")};
     if (!CdDisc::eject(drive, why))
         return {kErrNotReady, why};
     return {};
+}
+
+MediaDevice::Result CdDevice::play(std::optional<qint32> fromMs, std::optional<qint32> toMs) {
+    followDrive();
+    if (!WaveDevice::isOpen())
+        return noDisc();
+    return WaveDevice::play(fromMs, toMs);
+}
+
+MediaDevice::Result CdDevice::seek(qint32 ms) {
+    followDrive();
+    if (!WaveDevice::isOpen())
+        return noDisc();
+    return WaveDevice::seek(ms);
+}
+
+int CdDevice::mode() const {
+    followDrive();
+    return WaveDevice::mode();
+}
+
+qint32 CdDevice::positionMs() const {
+    followDrive();
+    return WaveDevice::positionMs();
+}
+
+qint32 CdDevice::lengthMs() const {
+    followDrive();
+    return WaveDevice::lengthMs();
 }
 
 const CdDisc::Track* CdDevice::track(int number) const {
@@ -134,7 +203,8 @@ const CdDisc::Track* CdDevice::track(int number) const {
 }
 
 int CdDevice::tracks() const {
-    return isOpen() ? int(m_contents.tracks.size()) : 0;
+    followDrive();
+    return WaveDevice::isOpen() ? int(m_contents.tracks.size()) : 0;
 }
 
 qint32 CdDevice::trackPositionMs(int number) const {

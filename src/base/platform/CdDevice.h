@@ -13,6 +13,11 @@
 // loop never go back to the drive. A sector that can't be read sounds as silence: playback
 // skips, it never hangs. Data tracks are silent.
 //
+// Like a drive, the device stays open while discs come and go: opened on an empty drive it
+// has no tracks and no length, and every question asks the drive again (a look that costs
+// nothing while nothing changed), so a disc put in later is there at the next question, and
+// one taken out is gone.
+//
 // Threads: as WaveDevice. The disc is read on the reader thread through a handle of its own.
 class CdDevice : public WaveDevice {
     Q_OBJECT
@@ -26,7 +31,13 @@ public:
     Result record() override { return notSupported(); }
     Result save(const QString&) override { return notSupported(); }
     Result eject() override;
+    Result play(std::optional<qint32> fromMs, std::optional<qint32> toMs) override;
+    Result seek(qint32 ms) override;
 
+    bool isOpen() const override { return m_driveOpen; }
+    int mode() const override;
+    qint32 positionMs() const override;
+    qint32 lengthMs() const override;
     int tracks() const override;
     qint32 trackPositionMs(int track) const override;
     qint32 trackLengthMs(int track) const override;
@@ -37,7 +48,13 @@ public:
 
 private:
     const CdDisc::Track* track(int number) const;
+    // Takes up a disc that arrived, or lets go of one that left, since the last question.
+    void followDrive() const;
+    bool loadDisc(QString& why);
+    Result noDisc() const;
 
+    bool m_driveOpen = false;
     CdDisc::Contents m_contents;
     CdDrive m_drive;
+    qint64 m_discStamp = 0;
 };

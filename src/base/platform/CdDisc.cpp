@@ -1,5 +1,6 @@
 #include "platform/CdDisc.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <atomic>
@@ -61,6 +62,13 @@ CdDisc::Status CdDisc::status(const CdDrive& drive) {
     const int state = ::ioctl(fd, CDROM_DRIVE_STATUS, CDSL_CURRENT);
     ::close(fd);
     return state == CDS_DISC_OK ? Status::Present : Status::Empty;
+}
+
+qint64 CdDisc::stamp(const CdDrive& drive) {
+    if (!drive.image)
+        return 0;
+    const QFileInfo cue(drive.cuePath());
+    return cue.exists() ? cue.lastModified().toMSecsSinceEpoch() : 0;
 }
 
 bool CdDisc::open(const CdDrive& drive, QString& why) {

@@ -54,6 +54,10 @@ public:
     // sheet, a real drive's status asked without waiting for the disc to spin up.
     static Status status(const CdDrive& drive);
 
+    // What tells one disc in the drive from the next without reading it: an image's cue sheet
+    // changes when another disc is put in. 0 for a real drive, whose removal the status tells.
+    static qint64 stamp(const CdDrive& drive);
+
     // Opens the disc in the drive and reads its table of contents; false with the reason.
     bool open(const CdDrive& drive, QString& why);
     void close();

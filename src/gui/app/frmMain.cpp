@@ -26,6 +26,7 @@
 #include "loops/MainTrimHost.h"
 #include "loops/loopPoints.h"
 #include "platform/AudioDevice.h"
+#include "platform/CdNotifier.h"
 #include "platform/MMControl.h"
 #include "prefs/Preference.h"
 #include "prefs/prefs.h"
@@ -168,6 +169,7 @@ void frmMain::connectMenus() {
     connect(m_ui->mnuFileOpen, &QAction::triggered, this,
             fs::trapped(kModule, "Sub mnuFileOpen_Click", [this] { mnuFileOpen_Click(); }));
     connectWaveTransport();
+    connectCdTransport();
     connectTransform();
     connectKeyboard();
     connect(m_ui->btnLoopPlay, &QPushButton::clicked, this,
@@ -297,6 +299,7 @@ bool frmMain::openLibrary() {
     m_ui->tgTracks->setRecordset(m_library.dtaTracks);
     m_ui->loopPoints->setRecordset(m_library.dtaLoopPoints);
     connectGrids();
+    connectDiscs();
     return true;
 }
 
@@ -367,6 +370,7 @@ void frmMain::tmrAfterFormLoad_Timer() {
         if (frmAbout* about = formIfLoaded<frmAbout>())
             unloadForm(about);
         checkCDPresent();
+        m_disc.CDNotify1->start();
         // Placeholder: with digital extraction usable, an empty drive's tray is cycled here.
         // Without a sound card the program still runs, silently, and says so once.
         if (const QString notice = AudioDevice::takeNotice(); !notice.isEmpty())
@@ -409,6 +413,8 @@ void frmMain::Form_QueryUnload(bool& Cancel, int UnloadMode) {
 
 void frmMain::Form_Unload(bool& Cancel) {
     FS_PROC(kModule, "Sub Form_Unload", FS_ARG(Cancel));
+    if (m_disc.CDNotify1)
+        m_disc.CDNotify1->stop();
     for (MMControl* control : {m_ui->CDControl, m_ui->WaveControl}) {
         control->setWait(true);
         control->setCommand(QStringLiteral("stop"));
@@ -705,45 +711,6 @@ void frmMain::cmdPrevView_Click() {
             m_library.loopsModel->index(m_library.dtaLoopPoints->AbsolutePosition(), 0));
     if (QWidget* trim = findLoadedForm(QStringLiteral("frmTrim")))
         unloadForm(trim);
-}
-
-// ---------------------------------------------------------------------------------------
-// Disc presence
-
-bool frmMain::CDpresent() {
-    FS_PROC(kModule, "Function CDpresent");
-    return m_ui->CDControl->Tracks() > 0;
-}
-
-void frmMain::hideCDfields() {
-    FS_PROC(kModule, "Sub hideCDfields");
-    // Placeholder: disc identity hides the disc's fields and grids here.
-}
-
-void frmMain::checkCDPresent() {
-    FS_PROC(kModule, "Sub checkCDPresent");
-    if (CDpresent()) {
-        // Placeholder: disc identity looks the disc up (checkCD).
-        if (panelText(QStringLiteral("pnlMsg")) != u"CD-ROM (no audio tracks)") {
-            setPanelVisible(QStringLiteral("pnlTrackLength"), true);
-            setPanelVisible(QStringLiteral("pnlCDlength"), true);
-            if (panelText(QStringLiteral("pnlMsg")) != u"CD Found")
-                setPanelText(QStringLiteral("pnlMsg"), QStringLiteral("CD Found"));
-        }
-        return;
-    }
-    m_ui->CDControl->setEnabled(false);
-    setPanelText(QStringLiteral("pnlMsg"), QStringLiteral("No CD in drive"));
-    setWindowTitle(QStringLiteral("Cantavox: No CD in drive"));
-    setPanelVisible(QStringLiteral("pnlTrackLength"), false);
-    setPanelVisible(QStringLiteral("pnlCDlength"), false);
-    hideCDfields();
-    m_ui->CDTitle->setText(QStringLiteral("No CD In Drive"));
-    if (m_library.CDs && !m_library.CDs->isEOF() && !m_library.CDs->isBOF() &&
-        m_library.CDs->field(QStringLiteral("cdLen")).toLongLong() != 0) {
-        library::findEmptyDriveRecord(*m_library.CDs);
-        showDiscRows();
-    }
 }
 
 // ---------------------------------------------------------------------------------------

@@ -9,6 +9,7 @@
 #include <optional>
 
 class BusyHost;
+class CdNotifier;
 class KeyPreview;
 class LoopMarking;
 class MMControl;
@@ -93,10 +94,23 @@ public:
     void setPanelVisible(const QString& name, bool visible);
     bool panelVisible(const QString& name) const;
 
-    // --- Drive and disc presence (what start-up needs until the CD subsystem lands) -----
+    // --- Disc identity and catalogue (library/frmMain_discs.cpp) ------------------------
     void checkCDPresent();
     bool CDpresent();
+    void checkCD();
+    void findAndShowCD();
+    // True when the library knows NO disc of these two lengths.
+    bool selectCD(qint32 theLength, qint32 t1Len);
+    qint32 getStableCDLength();
+    qint32 track1Length();
+    void addCD();
+    void addCDdb();
+    void refreshDisplayForNewCD();
+    void showCDfields();
     void hideCDfields();
+    void CDs_Reposition();
+    void CDTitle_Change();
+    void CDs_Error(int DataErr, int& Response);
 
     // --- Wave transport ------------------------------------------------------------------
     void WaveControl_PlayClick(bool& Cancel);
@@ -159,7 +173,17 @@ public:
     void Form_KeyPress(int& KeyAscii);
     void Comments_KeyPress(int& KeyAscii);
 
-    // --- Disc transport entries the grids call (placeholders until the CD transport) ----
+    // --- Disc transport (transport/frmMain_cd.cpp) ----------------------------------------
+    void CDControl_PlayClick(bool& Cancel);
+    void CDControl_PauseClick(bool& Cancel);
+    void CDControl_StopClick(bool& Cancel);
+    void CDControl_NextClick(bool& Cancel);
+    void CDControl_PrevClick(bool& Cancel);
+    void CDControl_EjectClick(bool& Cancel);
+    void CDControl_GotFocus();
+    void CDcontrol_Done(int NotifyCode);
+    void updateCDStatus();
+    void doNextPrev(const QString& direction);
     void switchToTrack(qint16 x);
     void playFromTrack(qint16 x);
 
@@ -313,6 +337,16 @@ public:
         // another began meanwhile.
         quint64 slowDownCalls = 0;
     };
+    // The disc in the drive (library/frmMain_discs.cpp, transport/frmMain_cd.cpp).
+    struct DiscState {
+        // Tells a disc's arrival and removal (CDNotify1).
+        CdNotifier* CDNotify1 = nullptr;
+        // The first move of the discs' control after start shows the disc; later ones don't.
+        bool repositionedOnce = false;
+        // Which way the next Eject goes, and the retries of a play from a track.
+        bool cdEjected = false;
+        qint16 playRetryCount = 0;
+    };
     // Where the graph's markers stood, as parts of the sound's length, across a change of
     // speed (the wave graph's own procedures arrive with it).
     struct GraphState {
@@ -325,6 +359,7 @@ public:
     const LoopState& loops() const { return m_loops; }
     const TransformState& transform() const { return m_transform; }
     const GraphState& graph() const { return m_graph; }
+    const DiscState& disc() const { return m_disc; }
     bool formLoaded() const { return m_formLoaded; }
 
     // What the marking and trim windows may do to the main window.
@@ -346,6 +381,12 @@ private:
     void connectWaveTransport();
     void connectTransform();
     void connectGrids();
+    void connectDiscs();
+    void connectCdTransport();
+    // The disc's branches of updatePosition, sbTrackPos_Scroll and sbTrackPos_Change.
+    void updateCDPosition();
+    void scrollCDPosition();
+    void playCDFromShownPosition();
     void connectKeyboard();
     // On the UI thread, for the engine's end of job number job.
     void slowPlayCallbackArrived(int job, int jobResult);
@@ -355,6 +396,7 @@ private:
     LoopState m_loops;
     TransformState m_transform;
     GraphState m_graph;
+    DiscState m_disc;
 
     // Start-up and the window's own.
     bool m_formLoaded = false;

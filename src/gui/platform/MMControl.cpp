@@ -92,17 +92,31 @@ void MMControl::setDevice(MediaDevice* device) {
     refreshButtons();
 }
 
+// A position given in the current time format, in milliseconds from the medium's start.
+qint32 MMControl::toMs(qint32 v) const {
+    if (m_timeFormat == TimeFormatTmsf) {
+        const int track = v & 0xFF;
+        const int minutes = (v >> 8) & 0xFF, seconds = (v >> 16) & 0xFF;
+        return m_device->trackPositionMs(track) + (minutes * 60 + seconds) * 1000;
+    }
+    if (m_timeFormat == TimeFormatMsf) {
+        const int minutes = v & 0xFF, seconds = (v >> 8) & 0xFF, frames = (v >> 16) & 0xFF;
+        return (minutes * 60 + seconds) * 1000 + frames * 1000 / 75;
+    }
+    return v;
+}
+
 void MMControl::setFrom(qint32 v) {
     if (!m_device || !m_device->isOpen())
         raiseError(errnum::MediaDeviceNotOpen, notOpenText(), QStringLiteral("MMControl"));
-    m_from = v;
+    m_from = toMs(v);
     m_fromSet = true;
 }
 
 void MMControl::setTo(qint32 v) {
     if (!m_device || !m_device->isOpen())
         raiseError(errnum::MediaDeviceNotOpen, notOpenText(), QStringLiteral("MMControl"));
-    m_to = v;
+    m_to = toMs(v);
     m_toSet = true;
 }
 
@@ -126,6 +140,10 @@ qint32 MMControl::Position() const {
     if (!m_device || !m_device->isOpen())
         return 0;
     const qint32 pos = m_device->positionMs();
+    if (m_timeFormat == TimeFormatMsf) {
+        const qint32 s = pos / 1000;
+        return (s / 60) + (s % 60) * 256 + (pos % 1000) * 75 / 1000 * 65536;
+    }
     if (m_timeFormat != TimeFormatTmsf)
         return pos;
     int track = 1;
@@ -139,7 +157,7 @@ qint32 MMControl::Length() const {
     if (!m_device || !m_device->isOpen())
         return 0;
     const qint32 len = m_device->lengthMs();
-    if (m_timeFormat != TimeFormatTmsf)
+    if (m_timeFormat != TimeFormatTmsf && m_timeFormat != TimeFormatMsf)
         return len;
     const qint32 s = len / 1000;
     return (s / 60) + (s % 60) * 256;

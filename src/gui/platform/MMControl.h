@@ -34,7 +34,7 @@ public:
         NotifyAborted = 4,
         NotifyFailure = 8
     };
-    enum TimeFormatCode { TimeFormatMs = 0, TimeFormatTmsf = 10 };
+    enum TimeFormatCode { TimeFormatMs = 0, TimeFormatMsf = 2, TimeFormatTmsf = 10 };
 
     explicit MMControl(QWidget* parent = nullptr);
     ~MMControl() override;
@@ -52,6 +52,7 @@ public:
     QString FileName() const { return m_fileName; }
     void setFileName(const QString& name) { m_fileName = name; }
 
+    // From and To are given in the current time format and read back in milliseconds.
     qint32 From() const { return m_from; }
     void setFrom(qint32 v);
     qint32 To() const { return m_to; }
@@ -124,6 +125,7 @@ private:
     bool m_wait = false;
     bool m_notify = false;
     bool m_notifyPending = false;
+    qint32 toMs(qint32 v) const;
     qint32 m_from = 0;
     qint32 m_to = 0;
     bool m_fromSet = false;

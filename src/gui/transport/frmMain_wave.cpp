@@ -132,8 +132,10 @@ void frmMain::updateWaveStatus() {
 
 void frmMain::updatePosition() {
     FS_PROC(kModule, "Sub updatePosition");
-    if (m_transport.cdView)
-        return; // placeholder: the disc's position display comes with the CD transport
+    if (m_transport.cdView) {
+        updateCDPosition();
+        return;
+    }
     ms();
     MMControl* w = m_ui->WaveControl;
     if (!gvInSlowPlay) {
@@ -175,10 +177,12 @@ void frmMain::playWaveFile(const QString& fn) {
 
 void frmMain::sbTrackPos_Scroll() {
     FS_PROC(kModule, "Sub sbTrackPos_Scroll");
-    if (m_transport.cdView)
-        return; // placeholder: the disc's scroll comes with the CD transport
     m_transport.scrollDragging = true;
     m_transport.currentMMControl->setUpdateInterval(0);
+    if (m_transport.cdView) {
+        scrollCDPosition();
+        return;
+    }
     const int value = m_ui->sbTrackPos->sliderPosition();
     m_ui->txtCurrentPosition->setText(QStringLiteral("%1:%2")
                                           .arg(value / 60, 2, 10, QLatin1Char('0'))
@@ -191,9 +195,9 @@ void frmMain::sbTrackPos_Change() {
         return;
     m_transport.currentMMControl->setWait(true);
     m_transport.currentMMControl->setCommand(QStringLiteral("Stop"));
-    if (m_transport.cdView) {
-        // Placeholder: the CD transport sets CDControl's From from txtCurrentPosition here.
-    } else
+    if (m_transport.cdView)
+        playCDFromShownPosition();
+    else
         m_ui->WaveControl->setFrom(m_ui->sbTrackPos->value() * 1000);
     m_transport.currentMMControl->setWait(false);
     m_transport.currentMMControl->setCommand(QStringLiteral("Play"));

@@ -1,0 +1,109 @@
+// A disc as a musician meets it: put in the drive, recognised as new and named by typing over
+// its title, played, stepped through by Next and Previous, taken out and put back and known
+// again. The drive is an image drive (a folder the program is pointed at), its disc a cue
+// sheet and a bin, put in and taken out while the program runs.
+#include "CdImage.h"
+#include "Journey.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+
+namespace {
+
+class DiscJourney : public Journey {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(drives.isValid());
+        drive = drives.path() + QStringLiteral("/drive-d");
+        ASSERT_TRUE(QDir().mkpath(drive));
+        qputenv("CANTAVOX_CD", drives.path().toLocal8Bit());
+        Journey::SetUp();
+    }
+    void TearDown() override {
+        Journey::TearDown();
+        qunsetenv("CANTAVOX_CD");
+    }
+    QLineEdit* title() const { return widget<QLineEdit>("CDTitle"); }
+    QString shownPosition() const { return widget<QLabel>("txtCurrentPosition")->text(); }
+    bool waitForMessage(const char* text) {
+        return drive::waitFor([&] { return panel("pnlMsg") == QLatin1String(text); }, 5000);
+    }
+    QToolButton* cdButton(const char* tip) const {
+        return drive::transportButton(widget("CDControl"), QString::fromLatin1(tip));
+    }
+
+    QTemporaryDir drives;
+    QString drive;
+    // Three tracks: 70, 45 and 50 seconds, the whole a little under three minutes.
+    const cdimage::Disc album{{{70.0}, {45.0}, {50.0}}, {}, {}};
+};
+
+} // namespace
+
+TEST_F(DiscJourney, ADiscIsKnownNamedPlayedSteppedThroughAndKnownAgain) {
+    EXPECT_EQ(panel("pnlMsg"), QStringLiteral("No CD in drive"));
+    EXPECT_EQ(mainWindow()->windowTitle(), QStringLiteral("Cantavox: No CD in drive"));
+
+    // In goes the disc: it is new, so it gets a record, and its title waits to be typed over.
+    ASSERT_TRUE(cdimage::insert(drive, album));
+    ASSERT_TRUE(waitForMessage("CD Found")) << "pnlMsg says " << panel("pnlMsg").toStdString();
+    QList<journey::LibraryReader::Disc> discs = journey::LibraryReader::discs();
+    ASSERT_EQ(discs.size(), 1);
+    EXPECT_EQ(discs[0].title, QStringLiteral("CD Title"));
+    EXPECT_EQ(discs[0].artist, QStringLiteral("Artist"));
+    EXPECT_EQ(discs[0].numTracks, 3);
+    EXPECT_EQ(discs[0].cdLen, 165000);
+    EXPECT_EQ(discs[0].track1Len, 70000);
+    EXPECT_EQ(discs[0].trackNames,
+              (QStringList{QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3")}));
+    EXPECT_EQ(title()->text(), QStringLiteral("CD Title"));
+    EXPECT_EQ(title()->selectedText(), QStringLiteral("CD Title")) << "ready to be typed over";
+    EXPECT_EQ(panel("pnlCDlength"), QStringLiteral("CD Length: 02:45"));
+    EXPECT_EQ(shownPosition(), QStringLiteral("01:00:00"));
+
+    // Named by typing: kept at once, and the window says it.
+    QTest::keyClicks(title(), QStringLiteral("Reels of the North"));
+    EXPECT_EQ(journey::LibraryReader::discs().value(0).title, QStringLiteral("Reels of the North"));
+    EXPECT_EQ(mainWindow()->windowTitle(), QStringLiteral("Cantavox: Reels of the North"));
+
+    // Played with the strip's Play: the position runs in track 1.
+    drive::Loopback ear(44100);
+    ASSERT_TRUE(ear.ok());
+    click(cdButton("Play"));
+    ASSERT_TRUE(waitForMessage("CD playing"));
+    EXPECT_TRUE(ear.listen(1.0));
+    EXPECT_TRUE(drive::waitFor([&] { return shownPosition() > QStringLiteral("01:00:00"); }))
+        << "the position stays at " << shownPosition().toStdString();
+
+    // Next goes to track 2 and plays on; Previous a moment in goes back to its start, and at
+    // its start to track 1.
+    click(cdButton("Next"));
+    EXPECT_TRUE(shownPosition().startsWith(QStringLiteral("02:"))) << shownPosition().toStdString();
+    EXPECT_TRUE(panel("pnlTrackLength").startsWith(QStringLiteral("Track 2 Length: ")));
+    EXPECT_TRUE(drive::waitFor([&] { return shownPosition() >= QStringLiteral("02:00:01"); }));
+    click(cdButton("Previous"));
+    EXPECT_EQ(shownPosition().left(2), QStringLiteral("02"));
+    click(cdButton("Stop"));
+    click(cdButton("Previous"));
+    EXPECT_EQ(shownPosition(), QStringLiteral("01:00:00"));
+    click(cdButton("Next"));
+    click(cdButton("Next"));
+    click(cdButton("Next"));
+    EXPECT_EQ(shownPosition(), QStringLiteral("03:00:00")) << "Next stops at the last track";
+
+    // Out and in again: the same disc, the same record, the name it was given.
+    ASSERT_TRUE(cdimage::eject(drive));
+    ASSERT_TRUE(waitForMessage("No CD in drive"));
+    EXPECT_EQ(title()->text(), QStringLiteral("No CD In Drive"));
+    ASSERT_TRUE(cdimage::insert(drive, album));
+    ASSERT_TRUE(waitForMessage("CD Found"));
+    EXPECT_EQ(title()->text(), QStringLiteral("Reels of the North"));
+    discs = journey::LibraryReader::discs();
+    ASSERT_EQ(discs.size(), 1) << "a disc known by its lengths gets no second record";
+    EXPECT_EQ(discs[0].title, QStringLiteral("Reels of the North"));
+    EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
+}
