@@ -384,6 +384,22 @@ TEST_F(WaveDeviceTest, AnUnansweredRepeatIsCutAndAStopEndsItToo) {
 // A musician starts and stops hundreds of times an hour. Every command is a new generation
 // of play; the ends of a loop's passes must still be reported after a session's worth of them
 // (they once carried the generation in 8 bits, and loops stopped after 256 commands).
+TEST_F(WaveDeviceTest, AStretchThatEndedUnarmedPlaysAgainWhenALoopIsArmedOnIt) {
+    ASSERT_TRUE(wavgen::writeSine(path("air.wav"), 3.0));
+    open(path("air.wav"));
+    QSignalSpy done(&control, &MMControl::Done);
+    playWithNotify(100, 600);
+    ASSERT_TRUE(done.wait(3000));
+    // The musician arms the loop on the stretch that just ended: it must sound, and end.
+    control.setRepeatAhead(true);
+    const qint64 before = device()->audio()->framesPlayed();
+    playWithNotify(100, 600);
+    ASSERT_TRUE(done.wait(3000)) << "the armed play never ended";
+    EXPECT_EQ(done.last().at(0).toInt(), MMControl::NotifySuccessful);
+    EXPECT_GE(device()->audio()->framesPlayed() - before, 44100 / 2 - 64)
+        << "the armed play was silent";
+}
+
 TEST_F(WaveDeviceTest, ALoopStillRepeatsAfterThousandsOfPlaysAndStops) {
     ASSERT_TRUE(wavgen::writeSine(path("long.wav"), 10.0));
     open(path("long.wav"));

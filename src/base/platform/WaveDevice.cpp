@@ -323,7 +323,7 @@ MediaDevice::Result WaveDevice::play(std::optional<qint32> fromMs, std::optional
 
     // The answer to a natural end: the same stretch again is already sounding.
     if (m_mode == 525 && m_reportedEnds > 0 && from == m_playFrom && to == m_playTo &&
-        m_repeatAhead.load()) {
+        m_repeatAhead.load() && m_repeatGeneration.load() == m_generation) {
         m_confirmedPass.store(m_reportedEnds);
         if (m_cutGeneration.load() != m_generation) {
             m_mode = 526;
@@ -565,6 +565,7 @@ void WaveDevice::runReader() {
             pos += got;
             if (b.endsPass) {
                 if (m_repeatAhead.load() && cur.to > cur.from && got == want) {
+                    m_repeatGeneration.store(cur.generation);
                     pos = cur.from;
                     ++pass;
                 } else

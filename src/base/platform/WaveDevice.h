@@ -164,6 +164,9 @@ private:
     std::atomic<std::uint64_t> m_endedPasses{0};
     std::atomic<double> m_lastEndDac{0};
     std::atomic<std::uint64_t> m_cutGeneration{0}; // a repeat that was cut off
+    // The generation whose stretch the reader went on to repeat: only then is a repeat
+    // already sounding when the owner answers the end.
+    std::atomic<std::uint64_t> m_repeatGeneration{0};
     std::atomic<bool> m_repeatAhead{false};
     std::atomic<std::uint64_t> m_pieceCount{0};
     std::unique_ptr<Piece[]> m_pieces;
