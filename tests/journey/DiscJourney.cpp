@@ -4,10 +4,13 @@
 // sheet and a bin, put in and taken out while the program runs.
 #include "CdImage.h"
 #include "Journey.h"
+#include "WavGen.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
@@ -105,5 +108,63 @@ TEST_F(DiscJourney, ADiscIsKnownNamedPlayedSteppedThroughAndKnownAgain) {
     discs = journey::LibraryReader::discs();
     ASSERT_EQ(discs.size(), 1) << "a disc known by its lengths gets no second record";
     EXPECT_EQ(discs[0].title, QStringLiteral("Reels of the North"));
+    EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
+}
+
+TEST_F(DiscJourney, ANamedDiscPutInWhileAFileIsUpIsFiledThenShownLoopedAndMarked) {
+    ASSERT_TRUE(wavgen::writeSine(musicPath(QStringLiteral("air.wav")), 10.0, 440.0, {16000, 1}));
+    openThroughFileMenu(musicPath(QStringLiteral("air.wav")));
+    ASSERT_EQ(shownLoops().size(), 1);
+
+    // The disc carries its names; it comes while the file is up.
+    const cdimage::Disc named{
+        {{70.0, true, QStringLiteral("Überleitung")}, {45.0, true, QStringLiteral("Reel")}},
+        QStringLiteral("Ça m'énerve"),
+        QStringLiteral("Trio Élan")};
+    ASSERT_TRUE(cdimage::insert(drive, named));
+    ASSERT_TRUE(drive::waitFor([] { return !journey::LibraryReader::discs().isEmpty(); }, 5000));
+    const journey::LibraryReader::Disc filed = journey::LibraryReader::discs().value(0);
+    EXPECT_EQ(filed.title, named.title);
+    EXPECT_EQ(filed.artist, named.performer);
+    EXPECT_EQ(filed.trackNames,
+              (QStringList{QStringLiteral("Überleitung"), QStringLiteral("Reel")}));
+    EXPECT_EQ(filed.cdLen, 115000) << "measured as a disc, whatever player was up";
+    EXPECT_EQ(filed.track1Len, 70000);
+    ASSERT_EQ(shownLoops().size(), 1) << "the file's loops stay while the file is up";
+    EXPECT_EQ(shownLoops()[0][2], QStringLiteral("Entire file in this loop"));
+
+    // View > CD View > Normal shows the disc.
+    ASSERT_TRUE(drive::activate(mainWindow()));
+    QTest::keyClick(mainWindow(), Qt::Key_V, Qt::AltModifier);
+    QWidget* popup = nullptr;
+    ASSERT_TRUE(drive::waitFor([&] { return (popup = QApplication::activePopupWidget()); }));
+    QTest::keyClick(popup, Qt::Key_C);
+    ASSERT_TRUE(drive::waitFor([&] {
+        QWidget* now = QApplication::activePopupWidget();
+        return now && now != popup && (popup = now);
+    }));
+    QTest::keyClick(popup, Qt::Key_N);
+    ASSERT_TRUE(drive::waitFor([&] { return title()->text() == named.title; }))
+        << "the title shows " << title()->text().toStdString();
+    auto* tracks = widget<QAbstractItemView>("tgTracks");
+    EXPECT_EQ(tracks->model()->index(0, 1).data().toString(), QStringLiteral("Überleitung"));
+    EXPECT_TRUE(shownLoops().isEmpty());
+
+    // Played, and two phrases marked while it plays, as on a file.
+    drive::Loopback ear(16000);
+    ASSERT_TRUE(ear.ok());
+    click(cdButton("Play"));
+    ASSERT_TRUE(ear.listen(1.0));
+    ASSERT_TRUE(drive::markLoops(input, mainWindow(), ear, 2, 2.0));
+    const auto loops = journey::LibraryReader::loopsOfDisc(filed.id);
+    ASSERT_EQ(loops.size(), 2);
+    EXPECT_EQ(loops[0].end, loops[1].start) << "the loops abut";
+    EXPECT_GE(loops[0].end - loops[0].start, 1500);
+    EXPECT_EQ(shownLoops().size(), 2);
+
+    // The first loop plays over and over.
+    press(loopsGrid(), Qt::Key_F7);
+    EXPECT_TRUE(drive::waitFor([&] { return panel("pnlMsg") == QStringLiteral("Looping"); }, 5000))
+        << "pnlMsg says " << panel("pnlMsg").toStdString();
     EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
 }

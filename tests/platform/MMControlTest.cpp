@@ -6,6 +6,7 @@
 
 #include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 #include <QToolButton>
 #include <gtest/gtest.h>
 
@@ -97,6 +98,15 @@ TEST(MMControl, StatusUpdatesComeAtTheIntervalAndNeverAtZero) {
     const int before = spy.count();
     QTest::qWait(120);
     EXPECT_EQ(spy.count(), before);
+
+    // A short loop sets the interval at every pass: the events still come.
+    c.setUpdateInterval(40);
+    spy.clear();
+    QTimer again;
+    QObject::connect(&again, &QTimer::timeout, [&] { c.setUpdateInterval(40); });
+    again.start(15);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return spy.count() >= 3; }, 3000))
+        << "setting the same interval again restarted the clock";
 }
 
 TEST(MMControl, CommandsReachTheDeviceWithFromAndToInMilliseconds) {

@@ -507,7 +507,7 @@ void frmMain::initCDview(bool suppressRefresh) {
         m_ui->CDControl->setWait(true);
         m_ui->CDControl->setCommand(QStringLiteral("Open"));
     } else if (!suppressRefresh) {
-        // Placeholder: disc identity refreshes the display for the disc (refreshDisplayForNewCD).
+        refreshDisplayForNewCD();
     }
 }
 

@@ -15,6 +15,7 @@
 #include "library/Recordset.h"
 #include "library/RecordsetModel.h"
 #include "library/TrackQueries.h"
+#include "platform/CdDevice.h"
 #include "platform/CdNotifier.h"
 #include "platform/MMControl.h"
 #include "prefs/prefs.h"
@@ -29,6 +30,13 @@ const char* const kModule = "main form";
 
 bool atRecord(const Recordset* rs) {
     return rs && !rs->isEOF() && !rs->isBOF();
+}
+
+// The disc is measured in milliseconds whichever player is in force: a disc put in while a
+// wave file is up would otherwise be measured in another unit, or by the wrong player, and
+// never be known again.
+void discInMs(MMControl* cd) {
+    fs::ignoreErrors([&] { cd->setTimeFormat(MMControl::TimeFormatMs); });
 }
 } // namespace
 
@@ -93,6 +101,7 @@ void frmMain::checkCDPresent() {
 void frmMain::checkCD() {
     FS_PROC(kModule, "Sub checkCD");
     ms();
+    discInMs(m_ui->CDControl);
     const qint32 theLen = getStableCDLength();
     const qint32 t1 = track1Length();
     const bool current = atRecord(m_library.CDs) &&
@@ -115,6 +124,7 @@ qint32 frmMain::getStableCDLength() {
         const bool hadCursor = QGuiApplication::overrideCursor() != nullptr;
         ms();
         MMControl* cd = m_ui->CDControl;
+        discInMs(cd);
         const qint64 started = QDateTime::currentSecsSinceEpoch();
         auto restoreCursor = [&] {
             if (!hadCursor)
@@ -164,6 +174,7 @@ qint32 frmMain::getStableCDLength() {
 qint32 frmMain::track1Length() {
     FS_PROC(kModule, "Function track1Length");
     ms();
+    discInMs(m_ui->CDControl);
     m_ui->CDControl->setTrack(1);
     return m_ui->CDControl->TrackLength();
 }
@@ -172,6 +183,7 @@ void frmMain::findAndShowCD() {
     FS_PROC(kModule, "Sub findAndShowCD");
     MMControl* cd = m_ui->CDControl;
     ms();
+    discInMs(cd);
     int rounds = 0;
     while (cd->Length() == 0 && rounds < 6) {
         ++rounds;
@@ -196,6 +208,7 @@ void frmMain::findAndShowCD() {
         return;
     }
     ms();
+    discInMs(cd);
     const qint32 theLength = cd->Length();
     const qint32 t1 = track1Length();
     if (selectCD(theLength, t1))
@@ -223,11 +236,18 @@ void frmMain::addCDdb() {
     FS_PROC(kModule, "Sub addCDdb");
     Recordset* cds = m_library.CDs;
     MMControl* cd = m_ui->CDControl;
+    // A disc that carries its names (CD-Text) gives them instead of the words to type over.
+    CdDisc::Contents names;
+    if (const auto* device = qobject_cast<const CdDevice*>(cd->device()))
+        names = device->contents();
     cds->AddNew();
-    const QString cdLen = QString::number(m_transport.currentMMControl->Length());
+    discInMs(cd);
+    const QString cdLen = QString::number(cd->Length());
     const qint16 numTracks = static_cast<qint16>(cd->Tracks());
-    cds->setField(QStringLiteral("Title"), QStringLiteral("CD Title"));
-    cds->setField(QStringLiteral("Artist"), QStringLiteral("Artist"));
+    cds->setField(QStringLiteral("Title"),
+                  names.title.isEmpty() ? QStringLiteral("CD Title") : names.title);
+    cds->setField(QStringLiteral("Artist"),
+                  names.performer.isEmpty() ? QStringLiteral("Artist") : names.performer);
     cds->setField(QStringLiteral("cdLen"), cdLen);
     cds->setField(QStringLiteral("numTracks"), numTracks);
     cds->setField(QStringLiteral("track1Len"), track1Length());
@@ -238,7 +258,8 @@ void frmMain::addCDdb() {
     for (qint16 t = 1; t <= numTracks; ++t) {
         tracks->AddNew();
         tracks->setField(QStringLiteral("TrackNum"), t);
-        tracks->setField(QStringLiteral("TrackName"), QString::number(t));
+        const QString named = t <= names.tracks.size() ? names.tracks[t - 1].title : QString();
+        tracks->setField(QStringLiteral("TrackName"), named.isEmpty() ? QString::number(t) : named);
         tracks->setField(QStringLiteral("CDid"), cdId);
         tracks->Update();
     }
@@ -249,6 +270,10 @@ void frmMain::refreshDisplayForNewCD() {
     FS_PROC(kModule, "Sub refreshDisplayForNewCD");
     Recordset* cds = m_library.CDs;
     if (!atRecord(cds))
+        return;
+    // A disc that comes while a wave file is up is filed, but the grids keep the file's
+    // loops: the disc is shown when the disc's view is chosen (initCDview).
+    if (!m_transport.cdView)
         return;
     showDiscRows();
     const QVariant last = cds->field(QStringLiteral("lastLoopSelected"));

@@ -194,10 +194,12 @@ qint16 MMControl::DeviceID() const {
 
 void MMControl::setUpdateInterval(qint16 ms) {
     m_updateInterval = ms;
-    if (ms > 0)
-        m_statusTimer.start(ms);
-    else
+    // Setting the interval it already has keeps the clock running: a short loop sets it at
+    // every pass, and restarting it each time would starve the status events.
+    if (ms <= 0)
         m_statusTimer.stop();
+    else if (!m_statusTimer.isActive() || m_statusTimer.interval() != ms)
+        m_statusTimer.start(ms);
 }
 
 void MMControl::setAutoEnable(bool on) {
