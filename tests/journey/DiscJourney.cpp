@@ -4,7 +4,10 @@
 // sheet and a bin, put in and taken out while the program runs.
 #include "CdImage.h"
 #include "Journey.h"
+#include "SoundProbe.h"
 #include "WavGen.h"
+
+#include "app/AppPaths.h"
 
 #include <QAbstractItemView>
 #include <QApplication>
@@ -166,5 +169,38 @@ TEST_F(DiscJourney, ANamedDiscPutInWhileAFileIsUpIsFiledThenShownLoopedAndMarked
     press(loopsGrid(), Qt::Key_F7);
     EXPECT_TRUE(drive::waitFor([&] { return panel("pnlMsg") == QStringLiteral("Looping"); }, 5000))
         << "pnlMsg says " << panel("pnlMsg").toStdString();
+    EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
+}
+
+TEST_F(DiscJourney, ALoopOfADiscIsCapturedThroughTheSoundDeviceAndSlowedDown) {
+    ASSERT_TRUE(cdimage::insert(drive, album));
+    ASSERT_TRUE(waitForMessage("CD Found"));
+    drive::Loopback ear(16000);
+    ASSERT_TRUE(ear.ok());
+    click(cdButton("Play"));
+    ASSERT_TRUE(ear.listen(1.0));
+    ASSERT_TRUE(drive::markLoops(input, mainWindow(), ear, 1, 2.0));
+    const int cdId = journey::LibraryReader::discs().value(0).id;
+    const auto loops = journey::LibraryReader::loopsOfDisc(cdId);
+    ASSERT_EQ(loops.size(), 1);
+    const double loopSeconds = (loops[0].end - loops[0].start) / 1000.0;
+
+    // Transform: the disc plays the loop into a recording, which is then slowed down.
+    click(widget("cmdSlowPlay"));
+    ASSERT_TRUE(drive::waitFor([this] { return widget("cmdGraphic")->isEnabled(); }, 30000))
+        << "the slowed loop never came; pnlMsg says " << panel("pnlMsg").toStdString();
+    EXPECT_EQ(panel("pnlMsg"), QStringLiteral("Playing loop at 50% of original speed."));
+    const Sound captured = load(appDir() + QStringLiteral("/temp.wav"));
+    EXPECT_EQ(captured.info.channels, 1) << "a capture through the sound device is mono";
+    EXPECT_NEAR(double(captured.info.frames) / captured.info.samplerate, loopSeconds, 0.25)
+        << "the capture lasts as long as the loop";
+    double energy = 0;
+    for (const float v : captured.samples)
+        energy += double(v) * v;
+    EXPECT_GT(energy / std::max<size_t>(1, captured.samples.size()), 1e-4)
+        << "the capture holds the disc's sound";
+    const Sound slowed = load(appDir() + QStringLiteral("/tempslow.wav"));
+    EXPECT_NEAR(double(slowed.info.frames), 2.0 * double(captured.info.frames),
+                0.01 * double(captured.info.frames));
     EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
 }

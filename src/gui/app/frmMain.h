@@ -208,6 +208,8 @@ public:
     void mnuSaveSlowedDownFile_Click();
     void recordCurrentLoop();
     void extractCurrentLoop();
+    void makeAnalogRecording();
+    void makeDigitalRecording();
 
     // --- Speed and pitch (transform/frmMain_speedPitch.cpp) ------------------------------
     qint16 lstPct();

@@ -18,8 +18,10 @@
 #include "library/Recordset.h"
 #include "library/RecordsetModel.h"
 #include "platform/MMControl.h"
+#include "platform/SelectCDInput.h"
 #include "platform/WaveSection.h"
 #include "transform/slowplayInterface.h"
+#include "transport/sendmcicommand.h"
 #include "ui_frmMain.h"
 
 #include <QApplication>
@@ -390,7 +392,17 @@ void frmMain::recordCurrentLoop() {
         if (m_transport.cdView) {
             QGuiApplication::restoreOverrideCursor();
             setEnabled(true);
-            // Placeholder: the CD work captures the loop digitally or through the sound card.
+            if (gvRecordMode != 2) {
+                m_ui->CDControl->setUpdateInterval(0);
+                Message2(QStringLiteral("Recording loop to hard disk (digital)"),
+                         QStringLiteral("ACD"));
+                makeDigitalRecording();
+            } else {
+                Message2(QStringLiteral("Recording loop to hard disk (analog)"),
+                         QStringLiteral("Analog Recording"));
+                makeAnalogRecording();
+            }
+            // Both return while the capture goes on; its end changes the mode.
             return;
         }
         extractCurrentLoop();
@@ -403,6 +415,51 @@ void frmMain::recordCurrentLoop() {
             QGuiApplication::restoreOverrideCursor();
         Prompts::msgBox(errorInProcedure(e.number, "recordCurrentLoop"));
     }
+}
+
+void frmMain::makeAnalogRecording() {
+    FS_PROC(kModule, "Sub makeAnalogRecording");
+    stage("stage 7");
+    if (gvAutomaticallySetRecordingMixer)
+        SelectCDInput();
+    setPanelText(QStringLiteral("pnlMsg"), QStringLiteral("Recording"));
+    stage("stage 8");
+    MMControl* w = m_ui->WaveControl;
+    w->setWait(true);
+    w->setCommand(QStringLiteral("Close"));
+    w->setFileName(scratch("temp.wav"));
+    fs::ignoreErrors([&] { QFile::remove(scratch("temp.wav")); });
+    stage("stage 9");
+    w->setWait(true);
+    w->setCommand(QStringLiteral("open"));
+    if (!SetRecordingParameters(gvRecordingDepth, gvRecordingChannels, gvRecordingSampleRate)) {
+        Prompts::msgBox(
+            QStringLiteral("The sound driver is not responding. A restart of Windows might fix "
+                           "this problem.\n\nIf that doesn't work, go to the Control Panel and "
+                           "double-click the Multimedia icon. In the Advanced (or Devices) tab, "
+                           "one area is called Media Control Devices. This should contain a Wave "
+                           "Audio driver which is enabled (you can tell whether it's enabled by "
+                           "double-clicking it and examining the dialog box).\n\nAlso, if you "
+                           "click the Audio tab of the Multimedia Control Panel, a valid "
+                           "'Preferred Device' should be chosen for both Playback and Recording "));
+        Message2(QStringLiteral("off"), QString());
+        return;
+    }
+    gvRecordingLoop = true;
+    stage("stage 10");
+    btnLoopPlay_Click();
+    m_transform.tempWavChannels = 1;
+    m_transform.expFactor = 100.0f / float(m_transform.slowDownPercent);
+}
+
+// Placeholder: digital reading of the loop off the disc replaces this; until then the loop is
+// captured through the sound device.
+void frmMain::makeDigitalRecording() {
+    FS_PROC(kModule, "Sub makeDigitalRecording");
+    Message2(QStringLiteral("off"), QString());
+    Message2(QStringLiteral("Recording loop to hard disk (analog)"),
+             QStringLiteral("Analog Recording"));
+    makeAnalogRecording();
 }
 
 void frmMain::extractCurrentLoop() {
