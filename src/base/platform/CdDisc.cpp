@@ -3,10 +3,15 @@
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
+#include <algorithm>
 #include <atomic>
 #include <cdio/cdio.h>
 #include <cdio/cdtext.h>
 #include <cdio/logging.h>
+#include <cstring>
+#define DO_NOT_WANT_PARANOIA_COMPATIBILITY
+#include <cdio/paranoia/cdda.h>
+#include <cdio/paranoia/paranoia.h>
 #include <cerrno>
 #include <fcntl.h>
 #include <linux/cdrom.h>
@@ -148,6 +153,51 @@ bool CdDisc::readAudio(qint32 start, int count, char* out, QString& why) {
         return false;
     }
     return true;
+}
+
+bool CdDisc::readAudioCarefully(qint32 start, int count, char* out,
+                                const std::function<bool(int)>& goOn, QString& why) {
+    if (!isOpen()) {
+        why = QStringLiteral("No disc is open.");
+        return false;
+    }
+    if (start < 0 || count <= 0 || start + count > m_contents.leadout) {
+        why = QStringLiteral("Sectors %1 to %2 are not on the disc.").arg(start).arg(start + count);
+        return false;
+    }
+    t_lastLog.clear();
+    cdrom_drive_t* drive = cdio_cddap_identify_cdio(m_handle->cdio, CDDA_MESSAGE_FORGETIT, nullptr);
+    if (!drive || cdio_cddap_open(drive) != 0) {
+        if (drive)
+            cdio_cddap_close_no_free_cdio(drive);
+        why =
+            t_lastLog.isEmpty() ? QStringLiteral("The drive can't be read digitally.") : t_lastLog;
+        return false;
+    }
+    cdrom_paranoia_t* paranoia = cdio_paranoia_init(drive);
+    cdio_paranoia_modeset(paranoia, PARANOIA_MODE_FULL ^ PARANOIA_MODE_NEVERSKIP);
+    // Its own cache model would read thousands of sectors again after the seek: a loop needs
+    // only its own.
+    cdio_paranoia_cachemodel_size(paranoia, std::max(count + 32, 150));
+    cdio_paranoia_seek(paranoia, start, SEEK_SET);
+    bool ok = true;
+    for (int s = 0; s < count; ++s) {
+        const int16_t* sector = cdio_paranoia_read_limited(paranoia, nullptr, 20);
+        if (!sector) {
+            why = QStringLiteral("The disc could not be read at sector %1.").arg(start + s);
+            ok = false;
+            break;
+        }
+        std::memcpy(out + qint64(s) * kSectorBytes, sector, kSectorBytes);
+        if (goOn && !goOn(s + 1)) {
+            why = QStringLiteral("The read was cancelled.");
+            ok = false;
+            break;
+        }
+    }
+    cdio_paranoia_free(paranoia);
+    cdio_cddap_close_no_free_cdio(drive);
+    return ok;
 }
 
 bool CdDisc::eject(const CdDrive& drive, QString& why) {

@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QString>
+#include <functional>
 #include <memory>
 
 // A disc in a drive, read through libcdio: its table of contents, the names CD-Text gives it,
@@ -68,6 +69,11 @@ public:
     static qint64 msToSectors(qint32 ms) { return qint64(ms) * kSectorsPerSecond / 1000; }
     // Reads count audio sectors from start into out (count * kSectorBytes bytes).
     bool readAudio(qint32 start, int count, char* out, QString& why);
+    // Reads as readAudio does, but with error correction: each sector is checked by reads
+    // that overlap, and one that fails is read again up to twenty times before its samples are
+    // given as they came. goOn(sectorsDone) is asked after each sector; false stops the read.
+    bool readAudioCarefully(qint32 start, int count, char* out,
+                            const std::function<bool(int)>& goOn, QString& why);
     // Opens the tray of a real drive; an image drive's cue sheet is renamed away.
     static bool eject(const CdDrive& drive, QString& why);
 
