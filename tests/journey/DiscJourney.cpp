@@ -14,6 +14,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
@@ -173,6 +174,13 @@ TEST_F(DiscJourney, ANamedDiscPutInWhileAFileIsUpIsFiledThenShownLoopedAndMarked
 }
 
 TEST_F(DiscJourney, ALoopOfADiscIsCapturedThroughTheSoundDeviceAndSlowedDown) {
+    // The musician has chosen capture through the sound device over reading the disc.
+    run.reset();
+    {
+        QSettings prefs(appDir() + QStringLiteral("/Cantavox.conf"), QSettings::IniFormat);
+        prefs.setValue(QStringLiteral("Preferences/RecordMode"), QStringLiteral("2"));
+    }
+    startProgram();
     ASSERT_TRUE(cdimage::insert(drive, album));
     ASSERT_TRUE(waitForMessage("CD Found"));
     drive::Loopback ear(16000);
@@ -202,5 +210,43 @@ TEST_F(DiscJourney, ALoopOfADiscIsCapturedThroughTheSoundDeviceAndSlowedDown) {
     const Sound slowed = load(appDir() + QStringLiteral("/tempslow.wav"));
     EXPECT_NEAR(double(slowed.info.frames), 2.0 * double(captured.info.frames),
                 0.01 * double(captured.info.frames));
+    EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
+}
+
+TEST_F(DiscJourney, ALoopOfADiscIsReadDigitallySampleForSampleAndSlowedDown) {
+    ASSERT_TRUE(cdimage::insert(drive, album));
+    ASSERT_TRUE(waitForMessage("CD Found"));
+    drive::Loopback ear(16000);
+    ASSERT_TRUE(ear.ok());
+    click(cdButton("Next"));
+    click(cdButton("Play"));
+    ASSERT_TRUE(ear.listen(1.0));
+    ASSERT_TRUE(drive::markLoops(input, mainWindow(), ear, 1, 2.0));
+    const int cdId = journey::LibraryReader::discs().value(0).id;
+    const auto loops = journey::LibraryReader::loopsOfDisc(cdId);
+    ASSERT_EQ(loops.size(), 1);
+    ASSERT_GT(loops[0].start, 70000) << "the loop lies in track 2";
+
+    click(widget("cmdSlowPlay"));
+    ASSERT_TRUE(drive::waitFor([this] { return widget("cmdGraphic")->isEnabled(); }, 30000))
+        << "the slowed loop never came; pnlMsg says " << panel("pnlMsg").toStdString();
+    EXPECT_EQ(panel("pnlMsg"), QStringLiteral("Playing loop at 50% of original speed."));
+    // Read off the disc: stereo at the disc's rate, every frame the disc's own, in order,
+    // from the loop's start.
+    const Sound copied = load(appDir() + QStringLiteral("/temp.wav"));
+    EXPECT_EQ(copied.info.channels, 2);
+    EXPECT_EQ(copied.info.samplerate, 44100);
+    ASSERT_GT(copied.info.frames, 44100);
+    const qint64 first = qint64(loops[0].start) * 75 / 1000 * 588;
+    for (qint64 f = 0; f < copied.info.frames; ++f) {
+        const auto left = qint16(std::lround(copied.at(f, 0) * 32768.0));
+        const auto right = qint16(std::lround(copied.at(f, 1) * 32768.0));
+        ASSERT_EQ(cdimage::frameOf(left, right), first + f) << "frame " << f;
+    }
+    EXPECT_NEAR(double(copied.info.frames) / 44100.0, (loops[0].end - loops[0].start) / 1000.0,
+                0.03);
+    const Sound slowed = load(appDir() + QStringLiteral("/tempslow.wav"));
+    EXPECT_NEAR(double(slowed.info.frames), 2.0 * double(copied.info.frames),
+                0.01 * double(copied.info.frames));
     EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
 }

@@ -2,6 +2,7 @@
 
 #include "app/frmMain.h"
 #include "app/globals.h"
+#include "platform/DigitalReader.h"
 
 void MainBusyHost::setBusy(bool busy) {
     m_main.setEnabled(!busy);
@@ -11,7 +12,8 @@ void MainBusyHost::cancelBusyWork(const QString& source) {
     if (source == u"MF") {
         m_main.stopDLL();
     } else if (source == u"ACD") {
-        // Placeholder: the digital extraction work aborts the reader here when it is usable.
+        if (gvDigitalRecordingOK && m_main.ACD1())
+            m_main.ACD1()->cancel();
         m_main.setEnabled(true);
         gvInSlowPlay = false;
         m_main.changeToMode(QStringLiteral("CD"));

@@ -170,6 +170,7 @@ void frmMain::connectMenus() {
             fs::trapped(kModule, "Sub mnuFileOpen_Click", [this] { mnuFileOpen_Click(); }));
     connectWaveTransport();
     connectCdTransport();
+    connectDigitalReader();
     connectTransform();
     connectKeyboard();
     connect(m_ui->btnLoopPlay, &QPushButton::clicked, this,
@@ -178,6 +179,8 @@ void frmMain::connectMenus() {
             fs::trapped(kModule, "Sub cmdStartNewLoop_Click", [this] { cmdStartNewLoop_Click(); }));
     connect(m_ui->mnuMakeLoop, &QAction::triggered, this,
             fs::trapped(kModule, "Sub mnuMakeLoop_Click", [this] { mnuMakeLoop_Click(); }));
+    connect(m_ui->mnuDigitalRec, &QAction::triggered, this,
+            fs::trapped(kModule, "Sub mnuDigitalRec_Click", [this] { mnuDigitalRec_Click(); }));
 }
 
 // ---------------------------------------------------------------------------------------

@@ -10,6 +10,7 @@
 
 class BusyHost;
 class CdNotifier;
+class DigitalReader;
 class KeyPreview;
 class LoopMarking;
 class MMControl;
@@ -209,7 +210,12 @@ public:
     void recordCurrentLoop();
     void extractCurrentLoop();
     void makeAnalogRecording();
+
+    // --- Digital reading off the disc (transform/frmMain_digital.cpp) ---------------------
     void makeDigitalRecording();
+    void ACD1_ReadComplete();
+    void ACD1_Failure(long Errorcode, const QString& ErrorString);
+    void mnuDigitalRec_Click();
 
     // --- Speed and pitch (transform/frmMain_speedPitch.cpp) ------------------------------
     qint16 lstPct();
@@ -343,6 +349,8 @@ public:
     struct DiscState {
         // Tells a disc's arrival and removal (CDNotify1).
         CdNotifier* CDNotify1 = nullptr;
+        // Reads the disc digitally (ACD1).
+        DigitalReader* ACD1 = nullptr;
         // The first move of the discs' control after start shows the disc; later ones don't.
         bool repositionedOnce = false;
         // Which way the next Eject goes, and the retries of a play from a track.
@@ -362,6 +370,8 @@ public:
     const TransformState& transform() const { return m_transform; }
     const GraphState& graph() const { return m_graph; }
     const DiscState& disc() const { return m_disc; }
+    // The digital reader, for the start-up and drive set-up steps that use it.
+    DigitalReader* ACD1() const { return m_disc.ACD1; }
     bool formLoaded() const { return m_formLoaded; }
 
     // What the marking and trim windows may do to the main window.
@@ -385,6 +395,7 @@ private:
     void connectGrids();
     void connectDiscs();
     void connectCdTransport();
+    void connectDigitalReader();
     // The disc's branches of updatePosition, sbTrackPos_Scroll and sbTrackPos_Change.
     void updateCDPosition();
     void scrollCDPosition();

@@ -9,6 +9,7 @@
 #include "platform/MMControl.h"
 #include "prefs/PrefNames.h"
 #include "prefs/prefs.h"
+#include "transform/digitalAudio.h"
 #include "ui_frmMain.h"
 
 namespace {
@@ -115,7 +116,8 @@ void CDsetup() {
         writePref(pref::MciCdLetter, letter, letter);
         cd->setWait(true);
         cd->setCommand(QStringLiteral("stop"));
-        // The digital reader's own setup comes with digital reading.
+        if (gvDigitalRecordingOK)
+            setupACD();
         return;
     }
     cd->setWait(true);

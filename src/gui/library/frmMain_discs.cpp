@@ -17,6 +17,7 @@
 #include "library/TrackQueries.h"
 #include "platform/CdDevice.h"
 #include "platform/CdNotifier.h"
+#include "platform/DigitalReader.h"
 #include "platform/MMControl.h"
 #include "prefs/prefs.h"
 #include "ui_frmMain.h"
@@ -197,7 +198,12 @@ void frmMain::findAndShowCD() {
         return;
     // Digital reading, when it is in force, tells a data track 1 from music; otherwise the
     // device's track count alone does.
-    const bool dataDisc = cd->Tracks() == 0;
+    bool dataDisc = cd->Tracks() == 0;
+    if (gvDigitalRecordingOK) {
+        DigitalReader* acd = m_disc.ACD1;
+        acd->openDrive(gvDigCDNum);
+        dataDisc = !acd->isAudioTrack(1) || (cd->Tracks() == 0 && acd->trackCount() <= 0);
+    }
     if (dataDisc) {
         hideCDfields();
         m_ui->CDTitle->setText(QStringLiteral("CD-ROM (no audio tracks)"));

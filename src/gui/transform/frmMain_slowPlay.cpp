@@ -452,16 +452,6 @@ void frmMain::makeAnalogRecording() {
     m_transform.expFactor = 100.0f / float(m_transform.slowDownPercent);
 }
 
-// Placeholder: digital reading of the loop off the disc replaces this; until then the loop is
-// captured through the sound device.
-void frmMain::makeDigitalRecording() {
-    FS_PROC(kModule, "Sub makeDigitalRecording");
-    Message2(QStringLiteral("off"), QString());
-    Message2(QStringLiteral("Recording loop to hard disk (analog)"),
-             QStringLiteral("Analog Recording"));
-    makeAnalogRecording();
-}
-
 void frmMain::extractCurrentLoop() {
     FS_PROC(kModule, "Sub extractCurrentLoop");
     qint32 inPoint = 0, outPoint = 0;

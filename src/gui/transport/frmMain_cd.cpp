@@ -9,6 +9,7 @@
 #include "failsafe/modFailSafe.h"
 #include "library/Recordset.h"
 #include "library/TrackQueries.h"
+#include "platform/DigitalReader.h"
 #include "platform/MMControl.h"
 #include "prefs/prefs.h"
 #include "ui_frmMain.h"
@@ -108,8 +109,19 @@ void frmMain::CDControl_EjectClick(bool& Cancel) {
     FS_PROC(kModule, "Sub CDControl_EjectClick");
     // A tray moved by hand isn't noticed: the next press then does the other thing.
     MMControl* cd = m_ui->CDControl;
-    cd->setCommand(QStringLiteral("Eject"));
-    m_disc.cdEjected = !m_disc.cdEjected;
+    if (m_disc.cdEjected) {
+        if (gvDigitalRecordingOK)
+            m_disc.ACD1->closeTray();
+        else
+            cd->setCommand(QStringLiteral("Eject"));
+        m_disc.cdEjected = false;
+    } else {
+        if (gvDigitalRecordingOK)
+            m_disc.ACD1->openTray();
+        else
+            cd->setCommand(QStringLiteral("Eject"));
+        m_disc.cdEjected = true;
+    }
     Cancel = true;
 }
 
