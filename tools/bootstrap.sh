@@ -10,6 +10,7 @@ PACKAGES=(
     libsndfile1-dev librubberband-dev portaudio19-dev
     rubberband-cli
     libcdio-dev libcdio-paranoia-dev
+    cd-paranoia
     libgtest-dev
     libglib2.0-bin gsettings-desktop-schemas
     xvfb xauth

@@ -8,6 +8,7 @@
 #include "WavGen.h"
 
 #include "app/AppPaths.h"
+#include "app/Prompts.h"
 
 #include <QAbstractItemView>
 #include <QApplication>
@@ -249,4 +250,35 @@ TEST_F(DiscJourney, ALoopOfADiscIsReadDigitallySampleForSampleAndSlowedDown) {
     EXPECT_NEAR(double(slowed.info.frames), 2.0 * double(copied.info.frames),
                 0.01 * double(copied.info.frames));
     EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
+}
+
+TEST_F(DiscJourney, ATrackIsCopiedDigitallyIntoAFileOfTheUsersChoosing) {
+    ASSERT_TRUE(cdimage::insert(drive, album));
+    ASSERT_TRUE(waitForMessage("CD Found"));
+    // The second track, chosen in the grid, then CD > Digital Recording of Track.
+    drive::clickCell(input, widget<QAbstractItemView>("tgTracks"), 1, 1);
+    const QString copy = musicPath(QStringLiteral("track two.wav"));
+    Prompts::pushAnswer(QStringLiteral("Yes"));
+    Prompts::pushAnswer(copy);
+    ASSERT_TRUE(drive::activate(mainWindow()));
+    chooseMenu(Qt::Key_C, Qt::Key_D);
+    ASSERT_TRUE(
+        drive::waitFor([&] { return panel("pnlMsg") == QStringLiteral("Done reading CD"); }, 20000))
+        << "pnlMsg says " << panel("pnlMsg").toStdString();
+    bool asked = false;
+    for (const QString& box : messageBoxes())
+        asked = asked || box.contains(QStringLiteral("This track's length is 0.8 minutes."));
+    EXPECT_TRUE(asked) << "the length and the room it needs are told first";
+    const Sound copied = load(copy);
+    EXPECT_EQ(copied.info.channels, 2);
+    ASSERT_EQ(copied.info.frames, qint64(45 * 44100));
+    const qint64 frames = copied.info.frames;
+    for (const qint64 f : {qint64(0), frames / 2, frames - 1}) {
+        const auto left = qint16(std::lround(copied.at(f, 0) * 32768.0));
+        const auto right = qint16(std::lround(copied.at(f, 1) * 32768.0));
+        EXPECT_EQ(cdimage::frameOf(left, right), qint64(70 * 44100) + f) << "frame " << f;
+    }
+    EXPECT_TRUE(mainWindow()->isEnabled()) << "the window takes input again";
+    EXPECT_EQ(messageBoxes().size(), 1) << "the one question before the copy, and no other box: "
+                                        << messageBoxes().join(u'\n').toStdString();
 }

@@ -23,6 +23,7 @@ namespace {
 
 // What libcdio said last at warning level or above (its errors come with a failed call).
 thread_local QString t_lastLog;
+std::atomic<qint64> g_sectorsRead{0};
 
 void quietLog(cdio_log_level_t level, const char* message) {
     if (level >= CDIO_LOG_WARN && message)
@@ -146,6 +147,7 @@ bool CdDisc::readAudio(qint32 start, int count, char* out, QString& why) {
         return false;
     }
     t_lastLog.clear();
+    g_sectorsRead += count;
     if (cdio_read_audio_sectors(m_handle->cdio, out, start, unsigned(count)) != DRIVER_OP_SUCCESS) {
         why = t_lastLog.isEmpty()
                   ? QStringLiteral("The disc could not be read at sector %1.").arg(start)
@@ -153,6 +155,10 @@ bool CdDisc::readAudio(qint32 start, int count, char* out, QString& why) {
         return false;
     }
     return true;
+}
+
+qint64 CdDisc::sectorsRead() {
+    return g_sectorsRead.load();
 }
 
 bool CdDisc::readAudioCarefully(qint32 start, int count, char* out,

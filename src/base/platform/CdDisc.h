@@ -67,6 +67,8 @@ public:
     // Milliseconds as the device reports them: whole milliseconds of whole sectors.
     static qint32 sectorsToMs(qint64 sectors) { return qint32(sectors * 1000 / kSectorsPerSecond); }
     static qint64 msToSectors(qint32 ms) { return qint64(ms) * kSectorsPerSecond / 1000; }
+    // Sectors read off any disc by this process so far (the figures of a benchmark).
+    static qint64 sectorsRead();
     // Reads count audio sectors from start into out (count * kSectorBytes bytes).
     bool readAudio(qint32 start, int count, char* out, QString& why);
     // Reads as readAudio does, but with error correction: each sector is checked by reads

@@ -8,6 +8,8 @@
 
 #include <QCloseEvent>
 #include <QGuiApplication>
+#include <QProgressBar>
+#include <algorithm>
 
 namespace {
 const char* const kModule = "messages2";
@@ -48,6 +50,12 @@ void messages2::Form_Unload() {
 void messages2::setText(const QString& text) {
     m_ui->Label1->setText(text);
     adjustSize();
+}
+
+void messages2::setProgress(int done, int total) {
+    m_ui->pbProgress->setRange(0, std::max(total, 1));
+    m_ui->pbProgress->setValue(done);
+    m_ui->pbProgress->show();
 }
 
 QString messages2::text() const {

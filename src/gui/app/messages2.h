@@ -21,6 +21,8 @@ public:
     QString source() const { return m_source; }
     void setSource(const QString& source) { m_source = source; }
     void setText(const QString& text);
+    // A long job's progress: the bar shows from the first report on.
+    void setProgress(int done, int total);
     QString text() const;
     Ui::messages2* ui() const { return m_ui.get(); }
 

@@ -2,11 +2,13 @@
 // and failure events, and a whole track copied into a file of the user's.
 #include "app/AppPaths.h"
 #include "app/Dialogs.h"
+#include "app/Forms.h"
 #include "app/Messages.h"
 #include "app/Prompts.h"
 #include "app/Support.h"
 #include "app/frmMain.h"
 #include "app/globals.h"
+#include "app/messages2.h"
 #include "failsafe/AppError.h"
 #include "failsafe/modFailSafe.h"
 #include "library/Recordset.h"
@@ -33,6 +35,10 @@ void frmMain::connectDigitalReader() {
     m_disc.ACD1 = new DigitalReader(this);
     connect(m_disc.ACD1, &DigitalReader::readComplete, this,
             [this] { fs::ignoreErrors([&] { ACD1_ReadComplete(); }); });
+    connect(m_disc.ACD1, &DigitalReader::progress, this, [](int done, int total) {
+        if (messages2* box = formIfLoaded<messages2>())
+            box->setProgress(done, total);
+    });
     connect(m_disc.ACD1, &DigitalReader::failure, this, [this](long code, const QString& text) {
         fs::trap(kModule, "Sub ACD1_Failure", [&] { ACD1_Failure(code, text); });
     });
