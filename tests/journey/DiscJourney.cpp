@@ -282,3 +282,35 @@ TEST_F(DiscJourney, ATrackIsCopiedDigitallyIntoAFileOfTheUsersChoosing) {
     EXPECT_EQ(messageBoxes().size(), 1) << "the one question before the copy, and no other box: "
                                         << messageBoxes().join(u'\n').toStdString();
 }
+
+TEST_F(DiscJourney, ADiscTakenOutWhileItPlaysLeavesTheProgramUsable) {
+    ASSERT_TRUE(cdimage::insert(drive, album));
+    ASSERT_TRUE(waitForMessage("CD Found"));
+    click(cdButton("Play"));
+    ASSERT_TRUE(waitForMessage("CD playing"));
+
+    ASSERT_TRUE(cdimage::eject(drive));
+    ASSERT_TRUE(waitForMessage("No CD in drive"))
+        << "pnlMsg says " << panel("pnlMsg").toStdString();
+    EXPECT_EQ(mainWindow()->windowTitle(), QStringLiteral("Cantavox: No CD in drive"));
+    EXPECT_TRUE(mainWindow()->isEnabled());
+    QTest::qWait(300);
+    EXPECT_EQ(panel("pnlMsg"), QStringLiteral("No CD in drive")) << "nothing plays on";
+
+    // Put back, it is known and plays again.
+    ASSERT_TRUE(cdimage::insert(drive, album));
+    ASSERT_TRUE(waitForMessage("CD Found"));
+    click(cdButton("Play"));
+    EXPECT_TRUE(waitForMessage("CD playing"));
+    EXPECT_EQ(journey::LibraryReader::discs().size(), 1);
+    EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
+}
+
+TEST_F(DiscJourney, ADiscWhoseFirstTrackIsDataIsNoMusicAndGetsNoRecord) {
+    ASSERT_TRUE(cdimage::insert(drive, {{{30.0, false, {}}, {60.0, true, {}}}, {}, {}}));
+    ASSERT_TRUE(waitForMessage("CD-ROM (no audio tracks)"))
+        << "pnlMsg says " << panel("pnlMsg").toStdString();
+    EXPECT_EQ(title()->text(), QStringLiteral("CD-ROM (no audio tracks)"));
+    EXPECT_TRUE(journey::LibraryReader::discs().isEmpty());
+    EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
+}

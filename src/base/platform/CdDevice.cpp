@@ -1,6 +1,7 @@
 #include "platform/CdDevice.h"
 
 #include <QHash>
+#include <QMetaObject>
 #include <algorithm>
 #include <list>
 #include <vector>
@@ -132,8 +133,13 @@ void CdDevice::followDrive() const {
     const bool present = CdDisc::status(m_drive) == CdDisc::Status::Present;
     const bool loaded = WaveDevice::isOpen();
     if (loaded && (!present || CdDisc::stamp(m_drive) != m_discStamp)) {
+        const bool wasPlaying = WaveDevice::mode() == 526;
         self->WaveDevice::close();
         self->m_contents = {};
+        // A play the disc took with it has ended: whoever waits for its end hears of it.
+        if (wasPlaying)
+            QMetaObject::invokeMethod(
+                self, [self] { emit self->playEnded(); }, Qt::QueuedConnection);
     }
     if (present && !WaveDevice::isOpen()) {
         QString why;

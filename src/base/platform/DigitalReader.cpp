@@ -132,7 +132,7 @@ int DigitalReader::startRead(qint32 firstSector, int sectors, const QString& fil
         QString why;
         if (!disc.open(drive, why)) {
             QFile::remove(partial);
-            report(false, 701, why);
+            report(false, 8, why);
             return;
         }
         SF_INFO info{};
@@ -156,9 +156,8 @@ int DigitalReader::startRead(qint32 firstSector, int sectors, const QString& fil
                     firstSector + done, n, buffer.data(), [&](int) { return !m_cancel.load(); },
                     why)) {
                 ok = false;
-                code = m_cancel.load()
-                           ? 0
-                           : (CdDisc::status(drive) == CdDisc::Status::Present ? 7 : 701);
+                code = m_cancel.load() ? 0
+                                       : (CdDisc::status(drive) == CdDisc::Status::Present ? 7 : 8);
                 break;
             }
             const sf_count_t frames = sf_count_t(n) * CdDisc::kFramesPerSector;

@@ -19,7 +19,8 @@
 //
 // Codes of failure(): 1 no such drive, 2 the drive may not be read, 3 no disc, 4 no such
 // track, 5 the stretch is not on the disc, 6 the file can't be written, 7 the disc can't be
-// read, 701 the disc went away during the read.
+// read, 8 the disc went away. 701, which the program ignores, is never given: a read that
+// is no longer wanted (cancelled, or replaced by another) ends without an event.
 //
 // Thread: every function on the UI thread.
 class DigitalReader : public QObject {
