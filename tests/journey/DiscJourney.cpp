@@ -9,6 +9,7 @@
 
 #include "app/AppPaths.h"
 #include "app/Prompts.h"
+#include "failsafe/modFailSafe.h"
 
 #include <QAbstractItemView>
 #include <QApplication>
@@ -313,4 +314,35 @@ TEST_F(DiscJourney, ADiscWhoseFirstTrackIsDataIsNoMusicAndGetsNoRecord) {
     EXPECT_EQ(title()->text(), QStringLiteral("CD-ROM (no audio tracks)"));
     EXPECT_TRUE(journey::LibraryReader::discs().isEmpty());
     EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
+}
+
+TEST_F(DiscJourney, AfterAThousandActionsOnADiscALoopStillRepeatsAndNothingIsLeftOver) {
+    ASSERT_TRUE(cdimage::insert(drive, album));
+    ASSERT_TRUE(waitForMessage("CD Found"));
+    {
+        drive::Loopback ear(16000, 1);
+        click(cdButton("Play"));
+        ASSERT_TRUE(ear.listen(0.5));
+        ASSERT_TRUE(drive::markLoops(input, mainWindow(), ear, 4, 2.0));
+    }
+    const int cdId = journey::LibraryReader::discs().value(0).id;
+    ASSERT_EQ(journey::LibraryReader::loopsOfDisc(cdId).size(), 4);
+
+    drive::PracticeSession session(mainWindow(), input, 20261123, "CDControl");
+    while (session.done() < 1000)
+        session.act();
+    if (QWidget* back = widget("cmdPrevView"); back->isVisible())
+        click(back);
+    ASSERT_TRUE(drive::waitFor([this] { return loopsGrid()->isVisible(); }));
+    drive::spin(300);
+    ProgramRun::settle();
+    EXPECT_EQ(fsCallStackLines(), QStringList()) << "procedures still on the stack at rest";
+    EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
+    EXPECT_EQ(journey::LibraryReader::discs().size(), 1);
+    EXPECT_EQ(journey::LibraryReader::loopsOfDisc(cdId).size(), 4) << "no loop lost or added";
+
+    drive::clickCell(input, loopsGrid(), 1, 0);
+    press(loopsGrid(), Qt::Key_F7);
+    EXPECT_TRUE(drive::waitFor([&] { return panel("pnlMsg") == QStringLiteral("Looping"); }, 5000))
+        << "pnlMsg says " << panel("pnlMsg").toStdString();
 }

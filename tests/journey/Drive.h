@@ -376,8 +376,10 @@ inline bool markLoops(const Input& in, QWidget* main, const Loopback& ear, int c
 // sliders, Transform, Previous View and the speed controls.
 class PracticeSession {
 public:
-    PracticeSession(QWidget* main, Input input, std::uint32_t seed)
-        : m_main(main), m_in(std::move(input)), m_random(seed) {}
+    // player: the strip of the sound practised on ("WaveControl", or "CDControl" on a disc).
+    PracticeSession(QWidget* main, Input input, std::uint32_t seed,
+                    const char* player = "WaveControl")
+        : m_main(main), m_in(std::move(input)), m_random(seed), m_player(player) {}
 
     // One action, then a moment for the program to take it in.
     void act(int settleMs = 2) {
@@ -398,7 +400,7 @@ public:
             choices.push_back({14, "loop change", [this, grid] {
                                    press(m_in, grid, pick(2) ? Qt::Key_Down : Qt::Key_Up);
                                }});
-        if (QWidget* strip = find(slowPlay ? "slowControl" : "WaveControl"); usable(strip))
+        if (QWidget* strip = find(slowPlay ? "slowControl" : m_player); usable(strip))
             choices.push_back(
                 {slowPlay ? 6 : 10, "transport", [this, strip] { transport(strip); }});
         if (QWidget* trim = shownWindow(QStringLiteral("frmTrim")))
@@ -503,6 +505,7 @@ private:
     QWidget* m_main;
     Input m_in;
     std::mt19937 m_random;
+    const char* m_player;
     int m_done = 0;
     std::map<std::string, int> m_tally;
 };

@@ -1,5 +1,6 @@
 #include "app/MouseUpWatcher.h"
 
+#include <QApplication>
 #include <QMouseEvent>
 #include <QWidget>
 
@@ -13,7 +14,12 @@ void MouseUpWatcher::watch(QWidget* widget, Handler handler) {
 }
 
 bool MouseUpWatcher::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::MouseButtonRelease) {
+    // A widget kept from input (its window disabled while a capture or a copy runs) hears no
+    // click: the filter sees the event before Qt's own refusal would.
+    const auto* widget = qobject_cast<const QWidget*>(watched);
+    const QWidget* modal = QApplication::activeModalWidget();
+    const bool blocked = !widget || !widget->isEnabled() || (modal && modal != widget->window());
+    if (event->type() == QEvent::MouseButtonRelease && !blocked) {
         const auto* mouse = static_cast<QMouseEvent*>(event);
         int button = 0;
         switch (mouse->button()) {

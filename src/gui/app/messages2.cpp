@@ -20,6 +20,9 @@ messages2::messages2(QWidget* parent)
       m_ui(std::make_unique<Ui::messages2>()) {
     m_ui->setupUi(this);
     setObjectName(QStringLiteral("messages2"));
+    // Nothing else may be started while the work it stands for runs; the music and the work
+    // go on all the same (no event loop of its own).
+    setWindowModality(Qt::ApplicationModal);
     // The text of lblNoInterrupt belongs to the design only: the box always offers Cancel.
     m_ui->lblNoInterrupt->hide();
     m_ui->btnCancel->show();

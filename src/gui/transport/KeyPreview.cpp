@@ -29,6 +29,11 @@ bool KeyPreview::eventFilter(QObject* watched, QEvent* event) {
     auto* target = static_cast<QWidget*>(watched);
     if (target->window() != m_form.data())
         return false;
+    // A window kept from input (a capture or a copy running, a busy box up) takes no keys
+    // either: the filter sees them before Qt's own refusal would.
+    const QWidget* modal = QApplication::activeModalWidget();
+    if (!m_form->isEnabled() || !target->isEnabled() || (modal && modal != m_form.data()))
+        return true;
     m_last = key;
     return handle(target, key);
 }
