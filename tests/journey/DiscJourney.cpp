@@ -346,3 +346,50 @@ TEST_F(DiscJourney, AfterAThousandActionsOnADiscALoopStillRepeatsAndNothingIsLef
     EXPECT_TRUE(drive::waitFor([&] { return panel("pnlMsg") == QStringLiteral("Looping"); }, 5000))
         << "pnlMsg says " << panel("pnlMsg").toStdString();
 }
+
+// Two drives, and the first start: the program asks which plays audio, tries it, and finds
+// the digital reader's drive by the disc in it.
+class TwoDrivesJourney : public Journey {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(drives.isValid());
+        ASSERT_TRUE(QDir().mkpath(drives.path() + QStringLiteral("/d-first")));
+        ASSERT_TRUE(cdimage::insert(drives.path() + QStringLiteral("/e-second"),
+                                    {{{30.0}, {30.0}}, {}, {}}));
+        qputenv("CANTAVOX_CD", drives.path().toLocal8Bit());
+        Journey::SetUp();
+    }
+    void beforeStart() override {
+        // The letter asked for, the answer to "Can you hear the CD playing?".
+        Prompts::pushAnswer(QStringLiteral("e"));
+        Prompts::pushAnswer(QStringLiteral("Yes"));
+    }
+    void TearDown() override {
+        Journey::TearDown();
+        qunsetenv("CANTAVOX_CD");
+    }
+    QTemporaryDir drives;
+};
+
+TEST_F(TwoDrivesJourney, TheFirstStartAsksForTheDriveTriesItAndKeepsIt) {
+    QStringList asked;
+    for (const Prompts::Record& r : Prompts::log())
+        asked << r.kind + QStringLiteral(": ") + r.title + QStringLiteral(" | ") + r.text;
+    ASSERT_FALSE(asked.isEmpty());
+    EXPECT_TRUE(asked.first().startsWith(QStringLiteral(
+        "input: Enter audio CD drive letter | Please enter the letter of the drive used for CD "
+        "audio, and put an audio CD in that drive. Available letters appear to be: DE")))
+        << asked.join(u'\n').toStdString();
+    EXPECT_TRUE(asked.join(u'\n').contains(QStringLiteral("Can you hear the CD playing?")));
+    EXPECT_TRUE(asked.join(u'\n').contains(
+        QStringLiteral("Configuration succeeded! (Device number of active CD drive is 2)")))
+        << asked.join(u'\n').toStdString();
+    QSettings prefs(appDir() + QStringLiteral("/Cantavox.conf"), QSettings::IniFormat);
+    EXPECT_EQ(prefs.value(QStringLiteral("Preferences/MCI CD letter")).toString(),
+              QStringLiteral("E"));
+    EXPECT_EQ(prefs.value(QStringLiteral("Preferences/digCDNum")).toString(), QStringLiteral("2"));
+    EXPECT_TRUE(
+        drive::waitFor([this] { return panel("pnlMsg") == QStringLiteral("CD Found"); }, 5000))
+        << "pnlMsg says " << panel("pnlMsg").toStdString();
+    EXPECT_EQ(journey::LibraryReader::discs().value(0).numTracks, 2) << "the disc in E";
+}

@@ -122,6 +122,7 @@ void Journey::TearDown() {
 void Journey::startProgram() {
     run.reset();
     run.emplace();
+    beforeStart();
     run->start();
     ASSERT_TRUE(run->waitUntilRunning()) << "the main window never came up";
     ASSERT_TRUE(drive::activate(mainWindow()));

@@ -66,6 +66,8 @@ protected:
 
     // Starts the program (again) on the journey's program folder and waits for its window.
     void startProgram();
+    // Just before the program starts: the answers a journey gives to questions of the start.
+    virtual void beforeStart() {}
     // File > Exit, by its mnemonics.
     void quitThroughFileMenu();
 

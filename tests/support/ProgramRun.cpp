@@ -18,8 +18,6 @@ ProgramRun::ProgramRun() {
     resetGlobals();
     resetProcessState();
     fsReset();
-    delete playState;
-    playState = nullptr;
     Prompts::clear();
     setEndProcessHandler([this](int) { ++m_endCount; });
 }
@@ -32,8 +30,6 @@ ProgramRun::~ProgramRun() {
     while (QGuiApplication::overrideCursor())
         QGuiApplication::restoreOverrideCursor();
     setEndProcessHandler(nullptr);
-    delete playState;
-    playState = nullptr;
 }
 
 void ProgramRun::start() {

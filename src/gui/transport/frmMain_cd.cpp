@@ -151,7 +151,10 @@ void frmMain::updateCDPosition() {
         m_ui->txtCurrentPosition->setText(toTMS(position));
     const QString shown = m_ui->txtCurrentPosition->text();
     const auto track = static_cast<qint16>(vbVal(shown.left(2)));
-    highlightLoopPoint();
+    // The loop's row follows the music in straight play only: a repeating loop leaves the
+    // grid to the musician, who may pick the next one.
+    if (gvPlayRequested)
+        highlightLoopPoint();
     if (trackHighlighting() && track != gvHighlightedTrack)
         switchToTrack(track);
     fs::ignoreErrors([&] {
