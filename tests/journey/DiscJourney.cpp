@@ -393,3 +393,25 @@ TEST_F(TwoDrivesJourney, TheFirstStartAsksForTheDriveTriesItAndKeepsIt) {
         << "pnlMsg says " << panel("pnlMsg").toStdString();
     EXPECT_EQ(journey::LibraryReader::discs().value(0).numTracks, 2) << "the disc in E";
 }
+
+TEST_F(DiscJourney, PutBackADiscComesWithItsLoopsAndTheLoopLastChosen) {
+    ASSERT_TRUE(cdimage::insert(drive, album));
+    ASSERT_TRUE(waitForMessage("CD Found"));
+    {
+        drive::Loopback ear(16000, 1);
+        click(cdButton("Play"));
+        ASSERT_TRUE(ear.listen(0.5));
+        ASSERT_TRUE(drive::markLoops(input, mainWindow(), ear, 3, 1.5));
+    }
+    click(cdButton("Stop"));
+    drive::clickCell(input, loopsGrid(), 2, 0);
+    ASSERT_EQ(loopsGrid()->currentIndex().row(), 2);
+
+    ASSERT_TRUE(cdimage::eject(drive));
+    ASSERT_TRUE(waitForMessage("No CD in drive"));
+    EXPECT_TRUE(shownLoops().isEmpty()) << "an empty drive shows no loops";
+    ASSERT_TRUE(cdimage::insert(drive, album));
+    ASSERT_TRUE(waitForMessage("CD Found"));
+    EXPECT_EQ(shownLoops().size(), 3);
+    EXPECT_EQ(loopsGrid()->currentIndex().row(), 2) << "the loop chosen last is the current one";
+}
