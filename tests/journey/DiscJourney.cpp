@@ -415,3 +415,15 @@ TEST_F(DiscJourney, PutBackADiscComesWithItsLoopsAndTheLoopLastChosen) {
     EXPECT_EQ(shownLoops().size(), 3);
     EXPECT_EQ(loopsGrid()->currentIndex().row(), 2) << "the loop chosen last is the current one";
 }
+
+TEST_F(DiscJourney, ADiscShorterThanAMinuteIsFiledAndShownWithoutMovingToItsTrack) {
+    ASSERT_TRUE(cdimage::insert(drive, {{{30.0, true, {}}}, {}, {}}));
+    ASSERT_TRUE(waitForMessage("CD Found"));
+    EXPECT_EQ(panel("pnlCDlength"), QStringLiteral("CD Length: 00:30"));
+    EXPECT_EQ(journey::LibraryReader::discs().value(0).cdLen, 30000);
+    EXPECT_FALSE(panel("pnlTrackLength").startsWith(QStringLiteral("Track 1 Length")))
+        << "a disc without a whole minute is not switched to its first track";
+    click(cdButton("Play"));
+    EXPECT_TRUE(waitForMessage("CD playing")) << "it plays all the same";
+    EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
+}
