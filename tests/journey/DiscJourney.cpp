@@ -44,6 +44,27 @@ protected:
     QToolButton* cdButton(const char* tip) const {
         return drive::transportButton(widget("CDControl"), QString::fromLatin1(tip));
     }
+    // Puts the album in, plays it from track `track`, and marks `count` loops of about
+    // `seconds` each while it plays. The disc's record, or 0 when a step failed (and said so).
+    int markOnDisc(int count, double seconds, int track = 1) {
+        EXPECT_TRUE(cdimage::insert(drive, album));
+        if (!waitForMessage("CD Found")) {
+            ADD_FAILURE() << "the disc was not found; pnlMsg says "
+                          << panel("pnlMsg").toStdString();
+            return 0;
+        }
+        drive::Loopback ear(16000, 1);
+        EXPECT_TRUE(ear.ok());
+        for (int t = 1; t < track; ++t)
+            click(cdButton("Next"));
+        click(cdButton("Play"));
+        EXPECT_TRUE(ear.listen(1.0));
+        if (!drive::markLoops(input, mainWindow(), ear, count, seconds)) {
+            ADD_FAILURE() << "the loops could not be marked";
+            return 0;
+        }
+        return journey::LibraryReader::discs().value(0).id;
+    }
 
     QTemporaryDir drives;
     QString drive;
@@ -183,14 +204,8 @@ TEST_F(DiscJourney, ALoopOfADiscIsCapturedThroughTheSoundDeviceAndSlowedDown) {
         prefs.setValue(QStringLiteral("Preferences/RecordMode"), QStringLiteral("2"));
     }
     startProgram();
-    ASSERT_TRUE(cdimage::insert(drive, album));
-    ASSERT_TRUE(waitForMessage("CD Found"));
-    drive::Loopback ear(16000);
-    ASSERT_TRUE(ear.ok());
-    click(cdButton("Play"));
-    ASSERT_TRUE(ear.listen(1.0));
-    ASSERT_TRUE(drive::markLoops(input, mainWindow(), ear, 1, 2.0));
-    const int cdId = journey::LibraryReader::discs().value(0).id;
+    const int cdId = markOnDisc(1, 2.0);
+    ASSERT_GT(cdId, 0);
     const auto loops = journey::LibraryReader::loopsOfDisc(cdId);
     ASSERT_EQ(loops.size(), 1);
     const double loopSeconds = (loops[0].end - loops[0].start) / 1000.0;
@@ -216,15 +231,8 @@ TEST_F(DiscJourney, ALoopOfADiscIsCapturedThroughTheSoundDeviceAndSlowedDown) {
 }
 
 TEST_F(DiscJourney, ALoopOfADiscIsReadDigitallySampleForSampleAndSlowedDown) {
-    ASSERT_TRUE(cdimage::insert(drive, album));
-    ASSERT_TRUE(waitForMessage("CD Found"));
-    drive::Loopback ear(16000);
-    ASSERT_TRUE(ear.ok());
-    click(cdButton("Next"));
-    click(cdButton("Play"));
-    ASSERT_TRUE(ear.listen(1.0));
-    ASSERT_TRUE(drive::markLoops(input, mainWindow(), ear, 1, 2.0));
-    const int cdId = journey::LibraryReader::discs().value(0).id;
+    const int cdId = markOnDisc(1, 2.0, 2);
+    ASSERT_GT(cdId, 0);
     const auto loops = journey::LibraryReader::loopsOfDisc(cdId);
     ASSERT_EQ(loops.size(), 1);
     ASSERT_GT(loops[0].start, 70000) << "the loop lies in track 2";
@@ -317,15 +325,8 @@ TEST_F(DiscJourney, ADiscWhoseFirstTrackIsDataIsNoMusicAndGetsNoRecord) {
 }
 
 TEST_F(DiscJourney, AfterAThousandActionsOnADiscALoopStillRepeatsAndNothingIsLeftOver) {
-    ASSERT_TRUE(cdimage::insert(drive, album));
-    ASSERT_TRUE(waitForMessage("CD Found"));
-    {
-        drive::Loopback ear(16000, 1);
-        click(cdButton("Play"));
-        ASSERT_TRUE(ear.listen(0.5));
-        ASSERT_TRUE(drive::markLoops(input, mainWindow(), ear, 4, 2.0));
-    }
-    const int cdId = journey::LibraryReader::discs().value(0).id;
+    const int cdId = markOnDisc(4, 2.0);
+    ASSERT_GT(cdId, 0);
     ASSERT_EQ(journey::LibraryReader::loopsOfDisc(cdId).size(), 4);
 
     drive::PracticeSession session(mainWindow(), input, 20261123, "CDControl");
@@ -395,14 +396,7 @@ TEST_F(TwoDrivesJourney, TheFirstStartAsksForTheDriveTriesItAndKeepsIt) {
 }
 
 TEST_F(DiscJourney, PutBackADiscComesWithItsLoopsAndTheLoopLastChosen) {
-    ASSERT_TRUE(cdimage::insert(drive, album));
-    ASSERT_TRUE(waitForMessage("CD Found"));
-    {
-        drive::Loopback ear(16000, 1);
-        click(cdButton("Play"));
-        ASSERT_TRUE(ear.listen(0.5));
-        ASSERT_TRUE(drive::markLoops(input, mainWindow(), ear, 3, 1.5));
-    }
+    ASSERT_GT(markOnDisc(3, 1.5), 0);
     click(cdButton("Stop"));
     drive::clickCell(input, loopsGrid(), 2, 0);
     ASSERT_EQ(loopsGrid()->currentIndex().row(), 2);

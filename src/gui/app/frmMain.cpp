@@ -1,6 +1,7 @@
 // The main window's start-up, shutdown, modes and status bar.
 #include "app/frmMain.h"
 #include "app/Dialogs.h"
+#include "app/Support.h"
 #include "ui_frmMain.h"
 
 #include "app/AppPaths.h"
@@ -49,9 +50,6 @@
 namespace {
 const char* const kModule = "main form";
 frmMain* g_instance = nullptr;
-
-// The maker's site; the Internet menu's pages hang below it.
-const QString kWebBase = QStringLiteral("https://cantavox.example.org/");
 } // namespace
 
 frmMain::frmMain()
@@ -763,5 +761,5 @@ void frmMain::mnuWeb_Click(int Index) {
         return;
     }
     QDesktopServices::openUrl(
-        QUrl(page.isEmpty() ? kWebBase : kWebBase + page + QStringLiteral(".htm")));
+        QUrl(page.isEmpty() ? makerSite() : makerSite() + page + QStringLiteral(".htm")));
 }

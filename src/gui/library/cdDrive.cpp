@@ -2,6 +2,7 @@
 
 #include "app/Messages.h"
 #include "app/Prompts.h"
+#include "app/Support.h"
 #include "app/frmMain.h"
 #include "app/globals.h"
 #include "failsafe/modFailSafe.h"
@@ -14,7 +15,6 @@
 
 namespace {
 const char* const kModule = "cdDrive";
-const QString kWebBase = QStringLiteral("https://cantavox.example.org/");
 
 MMControl* cdControl() {
     frmMain* main = frmMain::instance();
@@ -127,7 +127,7 @@ void CDsetup() {
         Prompts::msgBox(QStringLiteral("The problem is most probably that CD audio is not turned "
                                        "up in your audio mixer. Double-click the speaker icon in "
                                        "the taskbar to bring up the mixer, or visit ") +
-                        kWebBase +
+                        makerSite() +
                         QStringLiteral(" for more information on setting up the Windows mixer."));
     } else {
         Prompts::msgBox(QStringLiteral("The most likely problem is that the wrong CD drive letter "

@@ -24,7 +24,6 @@
 
 namespace {
 const char* const kModule = "main form";
-const QString kWebBase = QStringLiteral("https://cantavox.example.org/");
 
 QString tempWav() {
     return appDir() + QStringLiteral("/temp.wav");
@@ -51,7 +50,7 @@ void frmMain::makeDigitalRecording() {
         if (!gvDigitalRecordingOK) {
             Prompts::msgBox(QStringLiteral("Sorry - digital recording is not available on this "
                                            "system. For more information, visit ") +
-                            kWebBase);
+                            makerSite());
             return;
         }
         m_transform.tempWavChannels = 2;
