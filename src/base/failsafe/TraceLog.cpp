@@ -10,6 +10,7 @@
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QFile>
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -31,6 +32,7 @@ struct Log {
     QString linePrefix;
     QElapsedTimer clock; // stands for timeGetTime: monotonic milliseconds since the start
     qint64 selfTimeNs = 0;
+    qint64 lastShownMs = 0;
     QString line;
 };
 
@@ -91,7 +93,10 @@ void outputLine(QStringView line) {
 }
 
 qint64 lineTimeMs() {
-    const qint64 ms = (TraceLog::nowNs() - g.selfTimeNs) / 1000000;
+    // The trace's own time is measured from before a line's stamp to after its write, so
+    // taking it off can put the next stamp before this one; a log reads in order.
+    const qint64 ms = std::max(g.lastShownMs, (TraceLog::nowNs() - g.selfTimeNs) / 1000000);
+    g.lastShownMs = ms;
     g.times[1 + (g.lineCount > 0 ? (g.lineCount - 1) % fsMaxDepth : 0)] = ms;
     return ms;
 }
@@ -170,6 +175,7 @@ void TraceLog::start(const TraceSettings& settings) {
     // The clock stands for the millisecond timer; times are shown from here.
     g.clock.start();
     g.selfTimeNs = 0;
+    g.lastShownMs = 0;
     // No trace monitor window exists on this platform (see outputLine).
     writeRawLine(fsText(31));
     writeRawLine(fsText(19));
@@ -183,6 +189,7 @@ void TraceLog::reset() {
     g.linePrefix.clear();
     g.clock.invalidate();
     g.selfTimeNs = 0;
+    g.lastShownMs = 0;
 }
 
 bool TraceLog::active() {
