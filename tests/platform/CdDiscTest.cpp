@@ -166,8 +166,34 @@ TEST_F(CdDiscTest, BrokenImagesAreRefusedOrReadAsFarAsTheyGoWithoutEndingTheProg
     EXPECT_EQ(disc.contents().leadout, 1100);
     EXPECT_EQ(disc.contents().tracks[1].sectors, 350);
 
-    // Ninety-nine tracks, the most a disc holds.
+    // A sheet of one file per track, as some rippers write it: libcdio would read them all
+    // from one bin and play the first track's sound for every track.
     QDir(cut).removeRecursively();
+    const QString split = drive("e-split");
+    ASSERT_TRUE(cdimage::insert(split, {{{10.0}, {10.0}}}));
+    {
+        QFile cue(split + QStringLiteral("/disc.cue"));
+        ASSERT_TRUE(cue.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        cue.write("FILE \"disc.bin\" BINARY\n  TRACK 01 AUDIO\n    INDEX 01 00:00:00\n"
+                  "file \"two.bin\" BINARY\n  TRACK 02 AUDIO\n    INDEX 01 00:00:00\n");
+    }
+    EXPECT_FALSE(disc.open(first(), why));
+    EXPECT_EQ(why, QStringLiteral("The disc image in the CD drive D: %1 is split into several "
+                                  "files. Join them into one \"disc.bin\" to play it.")
+                       .arg(split));
+    // With one FILE line but the second track placed at the first one's start, the table of
+    // contents itself is wrong.
+    {
+        QFile cue(split + QStringLiteral("/disc.cue"));
+        ASSERT_TRUE(cue.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        cue.write("FILE \"disc.bin\" BINARY\n  TRACK 01 AUDIO\n    INDEX 01 00:05:00\n"
+                  "  TRACK 02 AUDIO\n    INDEX 01 00:05:00\n");
+    }
+    EXPECT_FALSE(disc.open(first(), why));
+    EXPECT_TRUE(why.endsWith(QStringLiteral("can't be right at track 1."))) << why.toStdString();
+
+    // Ninety-nine tracks, the most a disc holds.
+    QDir(split).removeRecursively();
     cdimage::Disc many;
     for (int i = 0; i < 99; ++i)
         many.tracks.append(cdimage::Track{2.0, true, {}});

@@ -37,6 +37,20 @@ QString fromCdText(const cdtext_t* text, cdtext_field_t field, track_t track) {
     return value ? QString::fromUtf8(value).trimmed() : QString();
 }
 
+// FILE lines of a cue sheet; its commands may be indented and in any case.
+int cueFileCount(const QString& cuePath) {
+    QFile cue(cuePath);
+    if (!cue.open(QIODevice::ReadOnly | QIODevice::Text))
+        return 0;
+    int files = 0;
+    while (!cue.atEnd()) {
+        const QByteArray line = cue.readLine().trimmed();
+        if (line.size() > 5 && line.left(5).toUpper() == "FILE ")
+            ++files;
+    }
+    return files;
+}
+
 } // namespace
 
 struct CdDisc::Handle {
@@ -91,6 +105,14 @@ bool CdDisc::open(const CdDrive& drive, QString& why) {
         why = QStringLiteral("There is no disc in the CD drive %1.").arg(drive.shownName());
         return false;
     }
+    // libcdio reads every FILE of a cue sheet from the one bin named after the sheet, so a
+    // sheet of several files would play the wrong sound at every track past the first.
+    if (drive.image && cueFileCount(drive.cuePath()) > 1) {
+        why = QStringLiteral("The disc image in the CD drive %1 is split into several files. Join "
+                             "them into one \"disc.bin\" to play it.")
+                  .arg(drive.shownName());
+        return false;
+    }
     t_lastLog.clear();
     auto handle = std::make_unique<Handle>();
     // An image is opened by its cue sheet only: libcdio aborts on some other image kinds.
@@ -120,6 +142,15 @@ bool CdDisc::open(const CdDrive& drive, QString& why) {
         track.sectors = last >= track.start ? last - track.start + 1 : 0;
         track.audio = cdio_get_track_format(handle->cdio, t) == TRACK_FORMAT_AUDIO;
         track.title = fromCdText(text, CDTEXT_FIELD_TITLE, t);
+        // A table of contents whose tracks overlap can't be played or named by its lengths.
+        if (track.sectors == 0 ||
+            (!contents.tracks.isEmpty() && track.start <= contents.tracks.back().start)) {
+            why = QStringLiteral("The disc in the CD drive %1 has a table of contents that can't "
+                                 "be right at track %2.")
+                      .arg(drive.shownName())
+                      .arg(t);
+            return false;
+        }
         contents.tracks.append(track);
     }
     contents.leadout = cdio_get_track_lsn(handle->cdio, CDIO_CDROM_LEADOUT_TRACK);
