@@ -33,6 +33,7 @@ public:
         qint32 end = 0;
         QString chords, lyrics, comment;
         QVariant lastPct;
+        bool operator==(const Loop&) const = default;
     };
     // The loops of the wave file of that name, in start order.
     static QList<Loop> loopsOf(const QString& fileName);

@@ -136,10 +136,11 @@ void CdDevice::followDrive() const {
         const bool wasPlaying = WaveDevice::mode() == 526;
         self->WaveDevice::close();
         self->m_contents = {};
-        // A play the disc took with it has ended: whoever waits for its end hears of it.
+        // A play the disc took with it has ended unfinished: whoever waits for its end hears
+        // of it, and that it didn't reach it.
         if (wasPlaying)
             QMetaObject::invokeMethod(
-                self, [self] { emit self->playEnded(); }, Qt::QueuedConnection);
+                self, [self] { emit self->playLost(); }, Qt::QueuedConnection);
     }
     if (present && !WaveDevice::isOpen()) {
         QString why;

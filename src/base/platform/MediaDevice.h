@@ -48,6 +48,8 @@ public:
 
 signals:
     void playEnded();
+    // The medium went away during a play (a disc taken out): the play did not finish.
+    void playLost();
 
 protected:
     static Result notSupported() {

@@ -327,6 +327,9 @@ public:
         // the graph and in the file.
         qint16 tempWavChannels = 0;
         float expFactor = 1;
+        // The disc went away while a loop of it was being recorded: the recording is thrown
+        // away at its end instead of being slowed down.
+        bool captureLost = false;
         // 200 ms after the engine's end: opens the result and loops it. Its tag says whether
         // the next end is wanted ("LOOP") or not ("STOP").
         QTimer tmrLoopDLL;

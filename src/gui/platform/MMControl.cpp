@@ -88,6 +88,13 @@ void MMControl::setDevice(MediaDevice* device) {
                 emit Done(NotifySuccessful);
             }
         });
+        connect(m_device, &MediaDevice::playLost, this, [this] {
+            refreshButtons();
+            if (m_notifyPending) {
+                m_notifyPending = false;
+                emit Done(NotifyFailure);
+            }
+        });
     }
     refreshButtons();
 }

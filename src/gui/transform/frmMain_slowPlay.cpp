@@ -446,6 +446,7 @@ void frmMain::makeAnalogRecording() {
         return;
     }
     gvRecordingLoop = true;
+    m_transform.captureLost = false;
     stage("stage 10");
     btnLoopPlay_Click();
     m_transform.tempWavChannels = 1;

@@ -253,6 +253,8 @@ void frmMain::CDcontrol_Done(int NotifyCode) {
     if (playState->isArmed() && NotifyCode == MMControl::NotifySuccessful && !gvRecordingLoop)
         playLoop(false);
     if (gvRecordingLoop) {
+        if (NotifyCode == MMControl::NotifyFailure)
+            m_transform.captureLost = true;
         playState->setState(false);
         m_ui->WaveControl->setWait(true);
         m_ui->WaveControl->setCommand(QStringLiteral("Stop"));

@@ -13,6 +13,7 @@
 #include "platform/MMControl.h"
 #include "ui_frmMain.h"
 
+#include <QFile>
 #include <QPushButton>
 #include <QTableView>
 
@@ -93,6 +94,20 @@ void frmMain::WaveControl_Done(int NotifyCode) {
             // Placeholder: the graph window's mnuRefresh_Click clears its markers here.
         }
         playLoop(false);
+    }
+    if (gvRecordingLoop && m_transform.captureLost) {
+        // Half a loop is no loop to practise: nothing of it is kept.
+        w->setWait(true);
+        w->setCommand(QStringLiteral("Close"));
+        fs::ignoreErrors([&] { QFile::remove(appDir() + QStringLiteral("/temp.wav")); });
+        gvRecordingLoop = false;
+        m_transform.captureLost = false;
+        Message2(QStringLiteral("off"));
+        gvInSlowPlay = false;
+        changeToMode(QStringLiteral("CD"));
+        setEnabled(true);
+        Prompts::msgBox(QStringLiteral("The CD was taken out while the loop was being recorded. "
+                                       "Nothing was recorded."));
     }
     if (gvRecordingLoop) {
         // The capture has ended: the recorded sound reaches the disk only now.
