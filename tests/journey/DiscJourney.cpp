@@ -16,6 +16,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QScrollBar>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -116,6 +117,17 @@ TEST_F(DiscJourney, ADiscIsKnownNamedPlayedSteppedThroughAndKnownAgain) {
     EXPECT_TRUE(ear.listen(1.0));
     EXPECT_TRUE(drive::waitFor([&] { return shownPosition() > QStringLiteral("01:00:00"); }))
         << "the position stays at " << shownPosition().toStdString();
+
+    // The position bar dragged halfway along track 1: the time follows the hand, and the disc
+    // plays on from where it was let go.
+    drive::dragScrollBar(widget<QScrollBar>("sbTrackPos"), 0.5);
+    const QString dropped = shownPosition();
+    EXPECT_TRUE(dropped >= QStringLiteral("01:00:30") && dropped <= QStringLiteral("01:00:40"))
+        << dropped.toStdString();
+    EXPECT_TRUE(waitForMessage("CD playing"));
+    EXPECT_TRUE(drive::waitFor([&] { return shownPosition() > dropped; }))
+        << "the position stays at " << shownPosition().toStdString();
+    EXPECT_LT(shownPosition(), QStringLiteral("01:00:50")) << "it plays on from the drop";
 
     // Next goes to track 2 and plays on; Previous a moment in goes back to its start, and at
     // its start to track 1.

@@ -15,10 +15,12 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QSlider>
 #include <QString>
 #include <QStyle>
 #include <QStyleOptionSlider>
+#include <QTest>
 #include <QTimer>
 #include <QToolButton>
 #include <cmath>
@@ -134,6 +136,35 @@ inline void clickGroove(const Input& in, QSlider* s, double fraction) {
 // A click on a slider's handle: it takes the keyboard and moves nothing.
 inline void clickHandle(const Input& in, QSlider* s) {
     clickAt(in, s, sliderPart(s, QStyle::SC_SliderHandle).center());
+}
+
+// Drags a scroll bar's handle with the mouse until its middle stands at that fraction of the
+// groove, in a few moves as a hand does, and lets go.
+inline void dragScrollBar(QScrollBar* bar, double fraction) {
+    auto part = [bar](QStyle::SubControl sc) {
+        QStyleOptionSlider opt;
+        opt.initFrom(bar);
+        opt.orientation = bar->orientation();
+        if (opt.orientation == Qt::Horizontal)
+            opt.state |= QStyle::State_Horizontal;
+        opt.minimum = bar->minimum();
+        opt.maximum = bar->maximum();
+        opt.sliderPosition = bar->sliderPosition();
+        opt.sliderValue = bar->value();
+        opt.singleStep = bar->singleStep();
+        opt.pageStep = bar->pageStep();
+        opt.upsideDown = bar->invertedAppearance();
+        return bar->style()->subControlRect(QStyle::CC_ScrollBar, &opt, sc, bar);
+    };
+    activate(bar->window());
+    const QRect groove = part(QStyle::SC_ScrollBarGroove);
+    const QRect handle = part(QStyle::SC_ScrollBarSlider);
+    const QPoint from = handle.center();
+    const QPoint to(groove.left() + int(groove.width() * fraction), from.y());
+    QTest::mousePress(bar, Qt::LeftButton, {}, from);
+    for (int step = 1; step <= 5; ++step)
+        QTest::mouseMove(bar, from + (to - from) * step / 5, 20);
+    QTest::mouseRelease(bar, Qt::LeftButton, {}, to, 20);
 }
 
 // A click on the cell of a grid, where the user sees it.
