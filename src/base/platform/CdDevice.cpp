@@ -13,13 +13,19 @@ constexpr qint16 kErrNotReady = 275;
 // each, a little over four minutes in all.
 constexpr int kChunkSectors = CdDisc::kSectorsPerSecond;
 constexpr int kCachedChunks = 256;
+// Chunks read beyond the one being played, one per call of the reader: a drive that stops to
+// seek or spin up again has that long before the ring runs dry.
+constexpr int kChunksAhead = 4;
+// Fast enough to stay ahead of the music with room to spare, slow enough to be quiet.
+constexpr int kPlaySpeed = 4;
 
 // The disc as frames, read on the player's reader thread through a handle of its own.
 class DiscSource : public FrameSource {
 public:
     DiscSource(const CdDrive& drive, const CdDisc::Contents& contents) : m_contents(contents) {
         QString why;
-        m_disc.open(drive, why);
+        if (m_disc.open(drive, why))
+            m_disc.setSpeed(kPlaySpeed);
     }
     int rate() const override { return CdDisc::kRate; }
     int channels() const override { return 2; }
@@ -39,6 +45,8 @@ public:
                 out[done * 2 + i] = float(samples[size_t(inChunk * 2 + i)]) / 32768.0f;
             done += take;
         }
+        if (done > 0)
+            readAhead((from + done - 1) / (qint64(kChunkSectors) * CdDisc::kFramesPerSector));
         return done;
     }
 
@@ -48,6 +56,17 @@ private:
             if (sector >= t.start && sector < t.start + t.sectors)
                 return t.audio;
         return false;
+    }
+
+    // Reads the first chunk after `chunk` not yet in memory, if one of the next few is missing.
+    void readAhead(qint64 chunk) {
+        const qint64 last = (m_contents.leadout - 1) / kChunkSectors;
+        for (qint64 next = chunk + 1; next <= std::min(last, chunk + kChunksAhead); ++next) {
+            if (!m_index.contains(next)) {
+                chunkAt(next);
+                return;
+            }
+        }
     }
 
     // The samples of one chunk, from memory or read now; the least recently used goes.

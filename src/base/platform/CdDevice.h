@@ -10,7 +10,8 @@
 // an armed loop); positions are milliseconds from the disc's first sector.
 //
 // The reader keeps the sectors it read in memory, a few minutes' worth, so the repeats of a
-// loop never go back to the drive. A sector that can't be read sounds as silence: playback
+// loop never go back to the drive, and reads some seconds ahead of the music, with a real
+// drive asked to spin slowly enough to be quiet. A sector that can't be read sounds as silence: playback
 // skips, it never hangs. Data tracks are silent.
 //
 // Like a drive, the device stays open while discs come and go: opened on an empty drive it

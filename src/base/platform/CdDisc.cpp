@@ -237,6 +237,10 @@ bool CdDisc::readAudioCarefully(qint32 start, int count, char* out,
     return ok;
 }
 
+bool CdDisc::setSpeed(int times) {
+    return isOpen() && cdio_set_speed(m_handle->cdio, times) == DRIVER_OP_SUCCESS;
+}
+
 bool CdDisc::eject(const CdDrive& drive, QString& why) {
     prepareLibrary();
     if (drive.image) {

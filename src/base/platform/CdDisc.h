@@ -76,6 +76,9 @@ public:
     // given as they came. goOn(sectorsDone) is asked after each sector; false stops the read.
     bool readAudioCarefully(qint32 start, int count, char* out,
                             const std::function<bool(int)>& goOn, QString& why);
+    // Asks a real drive to spin at `times` the speed of music, so that playing doesn't roar;
+    // a drive (or an image) that can't is left as it is, and false says so.
+    bool setSpeed(int times);
     // Opens the tray of a real drive; an image drive's cue sheet is renamed away.
     static bool eject(const CdDrive& drive, QString& why);
 
