@@ -7,7 +7,7 @@ PACKAGES=(
     g++ cmake ninja-build make pkg-config
     qt6-base-dev qt6-base-dev-tools libqt6sql6-sqlite libqt6printsupport6 libqt6dbus6 libqt6svg6
     libgl-dev
-    libsndfile1-dev librubberband-dev portaudio19-dev
+    libsndfile1-dev librubberband-dev portaudio19-dev libqm-dsp-dev
     rubberband-cli
     libcdio-dev libcdio-paranoia-dev
     cd-paranoia
