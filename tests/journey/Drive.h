@@ -51,6 +51,10 @@ inline void press(const Input& in, QWidget* w, int key, Qt::KeyboardModifiers mo
         text = QStringLiteral(" ");
     else if (key == Qt::Key_Return)
         text = QStringLiteral("\r");
+    else if (key >= Qt::Key_0 && key <= Qt::Key_9 && !(mods & ~Qt::ShiftModifier))
+        text = QChar(key);
+    else if (key >= Qt::Key_A && key <= Qt::Key_Z && !(mods & ~Qt::ShiftModifier))
+        text = (mods & Qt::ShiftModifier) ? QString(QChar(key)) : QString(QChar(key)).toLower();
     in.key(w, key, mods, text);
 }
 

@@ -14,6 +14,7 @@
 #include "app/globals.h"
 #include "app/stateVariable.h"
 #include "failsafe/modFailSafe.h"
+#include "graph/MainGraphHost.h"
 #include "library/DiscQueries.h"
 #include "library/LibraryDatabase.h"
 #include "library/LoopQueries.h"
@@ -55,7 +56,8 @@ frmMain* g_instance = nullptr;
 frmMain::frmMain()
     : m_busyHost(std::make_unique<MainBusyHost>(*this)),
       m_loopMarking(std::make_unique<MainLoopMarking>(*this)),
-      m_trimHost(std::make_unique<MainTrimHost>(*this)), m_ui(std::make_unique<Ui::frmMain>()) {
+      m_trimHost(std::make_unique<MainTrimHost>(*this)),
+      m_graphHost(std::make_unique<MainGraphHost>(*this)), m_ui(std::make_unique<Ui::frmMain>()) {
     g_instance = this;
     setBusyHost(m_busyHost.get());
     ensureWindowResources();

@@ -22,6 +22,8 @@ class QSlider;
 class Recordset;
 class RecordsetModel;
 class TrimHost;
+class GraphHost;
+class frmScrollTime;
 class loopPoints;
 class stateVariable;
 
@@ -200,6 +202,10 @@ public:
     bool TempWavPresent();
     void tmrLoopDLL_Timer();
     void graphicEnableToggle(bool enabled);
+    // The wave graph (graph/frmMain_graph.cpp).
+    void cmdGraphic_Click();
+    void expFactorSet();
+    void adjustGraph();
     void cmdSlowPlay_Click();
     void cmdSlowPlay_MouseUp(int Button);
     void playSlowDownLoop();
@@ -365,6 +371,10 @@ public:
     struct GraphState {
         float graphStartFraction = 0;
         float graphEndFraction = 0;
+        // The selection's pixels before a change of speed: the same stretch of the picture
+        // stays selected on the new file.
+        qint32 savedStartPixel = 0;
+        qint32 savedEndPixel = 0;
     };
 
     const LibraryState& library() const { return m_library; }
@@ -380,6 +390,7 @@ public:
     // What the marking and trim windows may do to the main window.
     LoopMarking* loopMarking() const { return m_loopMarking.get(); }
     TrimHost* trimHost() const { return m_trimHost.get(); }
+    GraphHost* graphHost() const { return m_graphHost.get(); }
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -389,6 +400,7 @@ protected:
 private:
     friend class MainLoopMarking;
     friend class MainTrimHost;
+    friend class MainGraphHost;
 
     void buildStatusBar();
     bool openLibrary();
@@ -426,6 +438,7 @@ private:
     std::unique_ptr<BusyHost> m_busyHost;
     std::unique_ptr<LoopMarking> m_loopMarking;
     std::unique_ptr<TrimHost> m_trimHost;
+    std::unique_ptr<GraphHost> m_graphHost;
     std::unique_ptr<Ui::frmMain> m_ui;
 };
 

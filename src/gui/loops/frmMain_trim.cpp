@@ -3,7 +3,10 @@
 #include "app/Forms.h"
 #include "app/frmMain.h"
 #include "failsafe/modFailSafe.h"
+#include "graph/frmScrollTime.h"
 #include "loops/frmTrim.h"
+#include "platform/MMControl.h"
+#include "ui_frmMain.h"
 
 #include <QSlider>
 #include <cmath>
@@ -20,8 +23,10 @@ void frmMain::setupTrimFormsForSlowdown() {
         m_loops.trimEndFraction = static_cast<float>(trim->slStart(1)->value()) /
                                   static_cast<float>(trim->slStart(1)->maximum());
     }
-    if (isLoaded(QStringLiteral("frmScrollTime"))) {
-        // Placeholder: the graph window's markers give graphStartFraction/graphEndFraction.
+    if (frmScrollTime* graph = formIfLoaded<frmScrollTime>()) {
+        const double length = std::max<qint32>(1, m_ui->WaveControl->Length());
+        m_graph.graphStartFraction = float(graph->selection().startMarker().msPosition() / length);
+        m_graph.graphEndFraction = float(graph->selection().endMarker().msPosition() / length);
     }
 }
 

@@ -15,6 +15,7 @@
 #include "app/stateVariable.h"
 #include "failsafe/AppError.h"
 #include "failsafe/modFailSafe.h"
+#include "graph/frmScrollTime.h"
 #include "library/Recordset.h"
 #include "library/RecordsetModel.h"
 #include "platform/MMControl.h"
@@ -145,6 +146,8 @@ void frmMain::connectTransform() {
                 fs::trap(kModule, "Sub lblSteps_Click", [&] { lblSteps_Click(i); });
         });
     }
+    connect(u.cmdGraphic, &QPushButton::clicked, this,
+            fs::trapped(kModule, "Sub cmdGraphic_Click", [this] { cmdGraphic_Click(); }));
     connect(u.cmdSlowPlay, &QPushButton::clicked, this,
             fs::trapped(kModule, "Sub cmdSlowPlay_Click", [this] { cmdSlowPlay_Click(); }));
     MouseUpWatcher::watch(u.cmdSlowPlay, [this](int button) {
@@ -309,10 +312,18 @@ void frmMain::tmrLoopDLL_Timer() {
         w->setWait(true);
         w->setCommand(QStringLiteral("Open"));
         ms();
-        // Placeholder: with the graph window open, its markers take back their pixels and
-        // give From and To; until it exists the whole file is the loop.
-        w->setFrom(0);
-        w->setTo(w->Length());
+        if (frmScrollTime* graph = formIfLoaded<frmScrollTime>()) {
+            // The same stretch of the picture stays selected on the new file.
+            graph->selection().startMarker().setPixelPosition(m_graph.savedStartPixel);
+            graph->selection().endMarker().setPixelPosition(m_graph.savedEndPixel);
+            w->setFrom(qint32(std::lround(graph->selection().startMarker().msPosition())));
+            w->setTo(qint32(std::lround(graph->selection().endMarker().msPosition())));
+            graph->form_paint();
+            graph->showSelection();
+        } else {
+            w->setFrom(0);
+            w->setTo(w->Length());
+        }
         btnLoopPlay_Click();
     } else {
         gvSlowFileReady = false;
@@ -331,7 +342,7 @@ bool frmMain::openSlowdownFile() {
     w->setTo(w->Length());
     m_ui->cmdGraphic->setEnabled(true);
     adjustTrimForm();
-    // Placeholder: the graph window's adjustGraph follows here.
+    adjustGraph();
     return true;
 }
 
@@ -339,6 +350,9 @@ void frmMain::graphicEnableToggle(bool enabled) {
     FS_PROC(kModule, "Sub graphicEnableToggle", FS_ARG(enabled));
     // The graph reads the finished file; while it's being made there is nothing to show.
     m_ui->cmdGraphic->setEnabled(enabled);
+    if (QWidget* graph = findLoadedForm(QStringLiteral("frmScrollTime")))
+        graph->setEnabled(enabled);
+    m_ui->cmdGraphic->update();
 }
 
 // ---------------------------------------------------------------------------------------

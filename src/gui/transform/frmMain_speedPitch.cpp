@@ -6,6 +6,7 @@
 #include "app/globals.h"
 #include "failsafe/AppError.h"
 #include "failsafe/modFailSafe.h"
+#include "graph/frmScrollTime.h"
 #include "library/LoopQueries.h"
 #include "library/PitchOwner.h"
 #include "library/Recordset.h"
@@ -106,8 +107,9 @@ void frmMain::pitchChangeTextFieldsFill() {
 
 void frmMain::changeTransformParameters() {
     FS_PROC(kModule, "Sub changeTransformParameters");
-    if (isLoaded(QStringLiteral("frmScrollTime"))) {
-        // Placeholder: the graph window's selection pixels are kept for the new file here.
+    if (frmScrollTime* graph = formIfLoaded<frmScrollTime>()) {
+        m_graph.savedStartPixel = graph->selection().startMarker().pixelPosition();
+        m_graph.savedEndPixel = graph->selection().endMarker().pixelPosition();
     }
     m_transform.sliderUpdating = true;
     m_ui->txtSlowPct_0->setText(QString::number(m_transform.slowDownPercent));

@@ -4,6 +4,7 @@
 #include "app/frmMain.h"
 #include "app/globals.h"
 #include "failsafe/modFailSafe.h"
+#include "graph/frmScrollTime.h"
 #include "library/DataGrid.h"
 #include "transport/KeyPreview.h"
 #include "ui_frmMain.h"
@@ -62,9 +63,12 @@ void frmMain::Form_KeyDown(int& KeyCode, int Shift) {
         default:
             break;
         }
-        if (gvInSlowPlay && isLoaded(QStringLiteral("frmScrollTime")) && !gvKeyForwarding) {
+        frmScrollTime* graph = gvInSlowPlay ? formIfLoaded<frmScrollTime>() : nullptr;
+        if (graph && !gvKeyForwarding) {
             gvKeyForwarding = true;
-            // Placeholder: the graph window's Form_KeyDown takes the key here.
+            // The graph's answer doesn't take the key from the main window.
+            int forwarded = KeyCode;
+            graph->Form_KeyDown(forwarded, Shift);
             gvKeyForwarding = false;
         }
     });

@@ -9,6 +9,7 @@
 #include "app/globals.h"
 #include "app/stateVariable.h"
 #include "failsafe/modFailSafe.h"
+#include "graph/frmScrollTime.h"
 #include "library/Recordset.h"
 #include "platform/MMControl.h"
 #include "ui_frmMain.h"
@@ -90,9 +91,8 @@ void frmMain::WaveControl_Done(int NotifyCode) {
     FS_PROC(kModule, "Sub WaveControl_Done", FS_ARG(NotifyCode));
     MMControl* w = m_ui->WaveControl;
     if (playState->isArmed() && NotifyCode == MMControl::NotifySuccessful && !gvRecordingLoop) {
-        if (gvInSlowPlay && isLoaded(QStringLiteral("frmScrollTime"))) {
-            // Placeholder: the graph window's mnuRefresh_Click clears its markers here.
-        }
+        if (frmScrollTime* graph = gvInSlowPlay ? formIfLoaded<frmScrollTime>() : nullptr)
+            graph->mnuRefresh_Click();
         playLoop(false);
     }
     if (gvRecordingLoop && m_transform.captureLost) {
@@ -162,8 +162,10 @@ void frmMain::updatePosition() {
         const QSignalBlocker block(m_ui->sbTrackPos);
         m_ui->sbTrackPos->setValue(w->Position() / 1000);
     }
-    if (isLoaded(QStringLiteral("frmScrollTime"))) {
-        ms(); // placeholder: the graph's position marker moves to WaveControl's Position
+    if (frmScrollTime* graph = formIfLoaded<frmScrollTime>()) {
+        ms();
+        graph->playPosition().Show();
+        graph->playPosition().setMsPosition(w->Position());
     }
 }
 

@@ -1,0 +1,852 @@
+#include "graph/frmScrollTime.h"
+
+#include "app/AppPaths.h"
+#include "app/Dialogs.h"
+#include "app/Forms.h"
+#include "app/KeyCodes.h"
+#include "app/Messages.h"
+#include "app/Prompts.h"
+#include "app/Support.h"
+#include "app/globals.h"
+#include "failsafe/AppError.h"
+#include "failsafe/modFailSafe.h"
+#include "graph/BeatFinder.h"
+#include "graph/GraphHost.h"
+#include "graph/GraphUnits.h"
+#include "graph/RhythmGridWidget.h"
+#include "graph/WaveChart.h"
+#include "library/Recordset.h"
+#include "platform/MMControl.h"
+#include "prefs/prefs.h"
+#include "shell/CFormEx.h"
+#include "ui_frmScrollTime.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QStatusBar>
+#include <QToolButton>
+#include <cmath>
+
+namespace {
+
+const char* const kModule = "frmScrollTime";
+
+// Colours are kept as the numbers the preferences always held: red + green * 256 + blue *
+// 65536.
+QColor colorFromLong(qint32 value) {
+    return QColor(value & 0xFF, (value >> 8) & 0xFF, (value >> 16) & 0xFF);
+}
+qint32 colorToLong(const QColor& c) {
+    return c.red() + c.green() * 256 + c.blue() * 65536;
+}
+
+// A preference that holds "N/A" has no value yet.
+bool prefValue(const QString& name, QString& value) {
+    value.clear();
+    readPref(name, value, QStringLiteral("N/A"));
+    return value != u"N/A";
+}
+
+int twips() {
+    return RhythmGridWidget::twipsPerPixel();
+}
+
+} // namespace
+
+frmScrollTime::frmScrollTime(GraphHost& host)
+    : QMainWindow(host.window(), Qt::Tool), m_host(host),
+      m_ui(std::make_unique<Ui::frmScrollTime>()), m_selection(*this), m_playPosition(*this),
+      m_scratchMarker(*this) {
+    m_ui->setupUi(this);
+    setObjectName(QStringLiteral("frmScrollTime"));
+    setAttribute(Qt::WA_DeleteOnClose, false);
+    // The strip offers play and stop only: they play the selection on the main window's
+    // player, which holds the slowed loop.
+    MMControl* strip = m_ui->MMControl1;
+    strip->setAutoEnable(false);
+    constexpr int kPlay = 2, kStop = 6;
+    for (int i = 0; QToolButton* b = strip->button(i); ++i) {
+        b->setVisible(i == kPlay || i == kStop);
+        b->setEnabled(true);
+    }
+    // Keys belong to the window (1-9, n, p, Space, F7): no button takes one for a click.
+    for (QAbstractButton* button : findChildren<QAbstractButton*>())
+        button->setFocusPolicy(Qt::NoFocus);
+    m_ui->Chart->setFocusPolicy(Qt::StrongFocus);
+    connect(strip, &MMControl::PlayClick, this, [this](bool& Cancel) {
+        fs::trap(kModule, "Sub MMControl1_PlayClick", [&] { MMControl1_PlayClick(Cancel); });
+    });
+    connect(strip, &MMControl::StopClick, this, [this](bool& Cancel) {
+        fs::trap(kModule, "Sub MMControl1_StopClick", [&] { MMControl1_StopClick(Cancel); });
+    });
+    connect(m_ui->Chart, &WaveChart::mousePressed, this,
+            [this](Qt::MouseButton button, Qt::KeyboardModifiers mods, QPoint at) {
+                fs::trap(kModule, "Sub Chart_MouseDown",
+                         [&] { Chart_MouseDown(button, mods, at.x()); });
+            });
+    connect(m_ui->wGrid21, &RhythmGridWidget::firstLineChanged, this,
+            fs::trapped(kModule, "Sub wGrid21_firstLineChanged",
+                        [this] { wGrid21_firstLineChanged(); }));
+    connect(m_ui->wGrid21, &RhythmGridWidget::beatWidthChanged, this,
+            fs::trapped(kModule, "Sub wGrid21_beatWidthChanged",
+                        [this] { wGrid21_beatWidthChanged(); }));
+
+    auto on = [this](QAction* action, const char* name, auto&& run) {
+        connect(action, &QAction::triggered, this, fs::trapped(kModule, name, run));
+    };
+    Ui::frmScrollTime& u = *m_ui;
+    on(u.mnuShowHide, "Sub mnuShowHide_Click", [this] { mnuShowHide_Click(); });
+    on(u.mnuAlignGridToSelection, "Sub mnuAlignGridToSelection_Click",
+       [this] { mnuAlignGridToSelection_Click(); });
+    on(u.mnuBPM, "Sub mnuBPM_Click", [this] { mnuBPM_Click(); });
+    on(u.mnuBPMinute, "Sub mnuBPMinute_Click", [this] { mnuBPMinute_Click(); });
+    on(u.mnuRulers_1, "Sub mnuRulers_Click", [this] { mnuRulers_Click(1); });
+    on(u.mnuRulers_2, "Sub mnuRulers_Click", [this] { mnuRulers_Click(2); });
+    on(u.mnuRulers_3, "Sub mnuRulers_Click", [this] { mnuRulers_Click(3); });
+    on(u.mnuFindBeats, "Sub mnuFindBeats_Click", [this] { mnuFindBeats_Click(); });
+    on(u.mnuDoubleTempo, "Sub mnuDoubleTempo_Click", [this] { mnuDoubleTempo_Click(); });
+    on(u.mnuHalfTempo, "Sub mnuHalfTempo_Click", [this] { mnuHalfTempo_Click(); });
+    on(u.mnuShiftHalfBeat, "Sub mnuShiftHalfBeat_Click", [this] { mnuShiftHalfBeat_Click(); });
+    on(u.mnuSnapToGrid, "Sub mnuSnapToGrid_Click", [this] { mnuSnapToGrid_Click(); });
+    on(u.mnuColors_1, "Sub mnuColors_Click", [this] { mnuColors_Click(1); });
+    on(u.mnuColors_2, "Sub mnuColors_Click", [this] { mnuColors_Click(2); });
+    on(u.mnuColors_3, "Sub mnuColors_Click", [this] { mnuColors_Click(3); });
+    on(u.mnuZoom_1, "Sub mnuZoom_Click", [this] { mnuZoom_Click(1); });
+    on(u.mnuZoom_2, "Sub mnuZoom_Click", [this] { mnuZoom_Click(2); });
+    on(u.mnuInvert, "Sub mnuInvert_Click", [this] { mnuInvert_Click(); });
+    on(u.mnuBackgroundColor, "Sub mnuBackgroundColor_Click",
+       [this] { mnuBackgroundColor_Click(); });
+    on(u.mnuGraphColor, "Sub mnuGraphColor_Click", [this] { mnuGraphColor_Click(); });
+    on(u.mnuGraphicDisplayQuality, "Sub mnuGraphicDisplayQuality_Click",
+       [this] { mnuGraphicDisplayQuality_Click(); });
+    on(u.mnuSelectAll, "Sub mnuSelectAll_Click", [this] { mnuSelectAll_Click(); });
+    on(u.mnuRefresh, "Sub mnuRefresh_Click", [this] { mnuRefresh_Click(); });
+    connect(u.mnuGridMaster, &QMenu::aboutToShow, this,
+            fs::trapped(kModule, "Sub mnuGridMaster_Click", [this] { mnuGridMaster_Click(); }));
+
+    try {
+        Form_Load();
+    } catch (const AppError&) {
+        Prompts::msgBox(QStringLiteral("There was an error loading the form. Please try again, or "
+                                       "shut down Cantavox and/or Windows and try again."));
+        m_formLoading = false;
+        m_unloaded = true;
+        QMetaObject::invokeMethod(
+            this, [this] { unloadForm(this); }, Qt::QueuedConnection);
+    }
+}
+
+frmScrollTime::~frmScrollTime() = default;
+
+WaveChart* frmScrollTime::chart() const {
+    return m_ui->Chart;
+}
+
+RhythmGridWidget* frmScrollTime::grid() const {
+    return m_ui->wGrid21;
+}
+
+float frmScrollTime::expFactor() {
+    return m_host.expFactor();
+}
+
+// ---------------------------------------------------------------------------------------
+// Loading and reading the loop
+
+void frmScrollTime::Form_Load() {
+    FS_PROC(kModule, "Sub Form_Load");
+    m_formLoading = true;
+    CFormEx helper;
+    helper.Init(this);
+    helper.setOnTop(true);
+    m_host.setStatus(QStringLiteral("Generating Wave graphic, please wait."));
+    QApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    ReadSlowdownFile();
+    m_plotPointCount = chart()->pointCount();
+    m_playPosition.Hide();
+    m_selection.startMarker().setSamplePosition(1);
+    m_selection.endMarker().setMsPosition(double(m_host.player()->Length()) - 15);
+    m_selection.startMarker().Hide();
+    m_selection.endMarker().Hide();
+    // Over the part of the main window that SlowPlay leaves empty: the two read as one screen.
+    const QRect area = m_host.emptyArea();
+    if (area.width() > 100 && area.height() > 100)
+        setGeometry(area);
+    Form_Resize();
+    plotRectangle();
+    loadFormPrefs();
+    QGuiApplication::restoreOverrideCursor();
+    setEnabled(true);
+    show();
+    raise();
+    activateWindow();
+    chart()->setFocus();
+    m_host.player()->setUpdateInterval(100);
+    m_formLoading = false;
+    showSelection();
+}
+
+void frmScrollTime::ReadSlowdownFile() {
+    FS_PROC(kModule, "Sub ReadSlowdownFile");
+    WaveChart* c = chart();
+    try {
+        const graphunits::ChartPoints points =
+            graphunits::readChartPoints(appDir() + QStringLiteral("/temp.wav"), gvDisplayQuality);
+        if (!points.error.isEmpty())
+            Prompts::msgBox(points.error);
+        c->setBatching(true);
+        c->setPointCount(points.count);
+        for (size_t i = 0; i < points.x.size(); ++i) {
+            c->setX(int(i) + 1, points.x[i]);
+            c->setY(int(i) + 1, points.y[i]);
+        }
+    } catch (const AppError& e) {
+        Prompts::msgBox(QStringLiteral("Error %1 occurred reading tempslow.wav into the graph\n\n%2"
+                                       "\n\nPlease send email with the error description to %3. "
+                                       "Thank you.")
+                            .arg(e.number)
+                            .arg(e.description, supportAddress()));
+    }
+    c->setBatching(false);
+}
+
+void frmScrollTime::plotRectangle() {
+    // The chart reports its plot rectangle itself; the window only needs it for the lines.
+    chart()->update();
+}
+
+void frmScrollTime::SetDataRange(qint32 First, qint32 Last) {
+    FS_PROC(kModule, "Sub SetDataRange", FS_ARG(First), FS_ARG(Last));
+    WaveChart* c = chart();
+    c->setBatching(true);
+    const double minimum = double(gvDisplayQuality) * First - 1;
+    const double maximum = double(gvDisplayQuality) * Last - 1;
+    if (!(maximum > minimum)) {
+        c->setBatching(false);
+        Prompts::msgBox(QStringLiteral("There was an error setting the data range for the graph. "
+                                       "First = %1; Last = %2")
+                            .arg(First)
+                            .arg(Last));
+        return;
+    }
+    c->setAxisRange(minimum, maximum);
+    c->setBatching(false);
+}
+
+void frmScrollTime::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    fs::trap(kModule, "Sub Form_Resize", [this] { Form_Resize(); });
+}
+
+void frmScrollTime::Form_Resize() {
+    FS_PROC(kModule, "Sub Form_Resize");
+    QWidget* area = m_ui->centralwidget;
+    const int w = area->width(), h = area->height();
+    // The chart reaches past the right edge, so that its right border is off the window, and
+    // leaves a strip below for the buttons.
+    constexpr int kBottomMarginTwips = 720;
+    const int bottom = kBottomMarginTwips / twips();
+    chart()->setGeometry(0, 0, w + 250 / twips(), std::max(1, h - bottom));
+    const QSize strip = m_ui->MMControl1->sizeHint();
+    m_ui->MMControl1->setGeometry(std::max(0, w - strip.width() - 8),
+                                  std::max(0, h - bottom + (bottom - strip.height()) / 2),
+                                  strip.width(), strip.height());
+    m_ui->Label1->setGeometry(8, std::max(0, h - bottom), std::max(1, w - strip.width() - 24),
+                              bottom);
+    grid()->setGeometry(chart()->geometry());
+    grid()->raise();
+    if (!m_formLoading)
+        placeGridFromMs(m_gridFirstLineMs, m_gridBeatWidthMs);
+    form_paint();
+}
+
+void frmScrollTime::placeGridFromMs(double firstMs, double beatMs) {
+    // The same musical places have new pixels: the ruler follows them.
+    const qint32 first = qint32(firstMs), width = qint32(beatMs);
+    grid()->setFirstLine(qint32(std::lround(double(twips()) * pixelPos(first))));
+    grid()->setBeatWidth(double(twips()) * pixelPos(width));
+}
+
+// ---------------------------------------------------------------------------------------
+// Drawing and scales
+
+void frmScrollTime::vertLine(qint32 xp) {
+    chart()->toggleLine(xp);
+}
+
+void frmScrollTime::invertBox(qint32 left, qint32 right) {
+    chart()->toggleBox(left, right);
+}
+
+qint32 frmScrollTime::pixelPos(qint32 msPosit) {
+    m_scratchMarker.setMsPosition(msPosit);
+    return m_scratchMarker.pixelPosition();
+}
+
+qint32 frmScrollTime::msPos(qint32 pixelPosit) {
+    m_scratchMarker.setPixelPosition(pixelPosit);
+    return qint32(std::lround(m_scratchMarker.msPosition()));
+}
+
+void frmScrollTime::form_paint() {
+    chart()->refresh();
+    if (m_ui->mnuInvert->isChecked())
+        m_selection.invert();
+}
+
+// ---------------------------------------------------------------------------------------
+// Selection, play and keys
+
+void frmScrollTime::Chart_MouseDown(Qt::MouseButton Button, Qt::KeyboardModifiers Shift, int X) {
+    FS_PROC(kModule, "Sub Chart_MouseDown", FS_ARG(int(Button)), FS_ARG(int(Shift)), FS_ARG(X));
+    bool cancel = false;
+    MMControl1_StopClick(cancel);
+    const bool plain = !(Shift & (Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier));
+    int x = X;
+    // With the grid up and snapping on, a click lands on the nearest line of the grid.
+    if (plain && m_ui->mnuSnapToGrid->isChecked() && !grid()->isHidden()) {
+        x = graphunits::nearestGridLine(X, grid()->firstLine(), grid()->beatWidth(), twips(),
+                                        grid()->halvesVisible(), grid()->thirdsVisible());
+    }
+    if (plain && Button == Qt::LeftButton)
+        m_selection.startMarker().setPixelPosition(x);
+    else if (plain && Button == Qt::RightButton)
+        m_selection.endMarker().setPixelPosition(x);
+    wmarker& start = m_selection.startMarker();
+    wmarker& end = m_selection.endMarker();
+    if (end.samplePosition() < start.samplePosition()) {
+        const qint32 s = start.samplePosition();
+        start.setSamplePosition(end.samplePosition());
+        end.setSamplePosition(s);
+    }
+    m_playPosition.Hide();
+    form_paint();
+    showSelection();
+    MMControl1_PlayClick(cancel);
+}
+
+void frmScrollTime::MMControl1_PlayClick(bool& Cancel) {
+    FS_PROC(kModule, "Sub MMControl1_PlayClick", FS_ARG(Cancel));
+    m_playPosition.Hide();
+    MMControl* player = m_host.player();
+    m_host.usePlayerInMilliseconds();
+    player->setFrom(qint32(std::lround(m_selection.startMarker().msPosition())));
+    player->setTo(qint32(std::lround(m_selection.endMarker().msPosition())));
+    m_host.playSelection();
+    activateWindow();
+    chart()->setFocus();
+}
+
+void frmScrollTime::MMControl1_StopClick(bool& Cancel) {
+    FS_PROC(kModule, "Sub MMControl1_StopClick", FS_ARG(Cancel));
+    m_host.disarmLoop();
+    m_playPosition.Hide();
+    MMControl* player = m_host.player();
+    player->setWait(true);
+    player->setCommand(QStringLiteral("Stop"));
+}
+
+void frmScrollTime::keyPressEvent(QKeyEvent* event) {
+    int code = vbKeyCode(event->key(), event->modifiers());
+    int shift = 0;
+    if (event->modifiers() & Qt::ShiftModifier)
+        shift |= 1;
+    if (event->modifiers() & Qt::ControlModifier)
+        shift |= 2;
+    if (event->modifiers() & Qt::AltModifier)
+        shift |= 4;
+    if (code != 0)
+        fs::trap(kModule, "Sub Form_KeyDown", [&] { Form_KeyDown(code, shift); });
+    // A key the main window used up (Space) is not a character for this window too.
+    if (code == 0 && vbKeyCode(event->key(), event->modifiers()) != 0)
+        return;
+    const QString text = event->text();
+    if (!text.isEmpty() && text.at(0).isPrint())
+        fs::trap(kModule, "Sub Form_KeyPress", [&] { Form_KeyPress(text.at(0).unicode()); });
+}
+
+void frmScrollTime::Form_KeyDown(int& KeyCode, int Shift) {
+    FS_PROC(kModule, "Sub Form_KeyDown", FS_ARG(KeyCode), FS_ARG(Shift));
+    const int step = (Shift & 1) ? 1 : 12;
+    const bool ctrl = Shift & 2, alt = Shift & 4;
+    RhythmGridWidget* g = grid();
+    switch (KeyCode) {
+    case 118: { // F7
+        MMControl* player = m_host.player();
+        player->setWait(true);
+        player->setCommand(QStringLiteral("Stop"));
+        bool cancel = false;
+        MMControl1_PlayClick(cancel);
+        return;
+    }
+    case 39: // right arrow
+    case 37: // left arrow
+    {
+        const int sign = KeyCode == 39 ? 1 : -1;
+        if (ctrl)
+            g->setFirstLine(g->firstLine() + sign * step);
+        else if (alt)
+            g->setBeatWidth(g->beatWidth() + sign * step);
+        if (ctrl || alt)
+            showSelection();
+        return;
+    }
+    default:
+        if (!gvKeyForwarding) {
+            gvKeyForwarding = true;
+            m_host.keyDown(KeyCode, Shift);
+            gvKeyForwarding = false;
+        }
+    }
+}
+
+void frmScrollTime::Form_KeyPress(int KeyAscii) {
+    FS_PROC(kModule, "Sub Form_KeyPress", FS_ARG(KeyAscii));
+    const bool digit = KeyAscii >= '1' && KeyAscii <= '9';
+    if (digit || KeyAscii == 'n' || KeyAscii == 'p') {
+        m_playPosition.Hide();
+        MMControl* player = m_host.player();
+        player->setWait(true);
+        player->setCommand(QStringLiteral("Stop"));
+        if (KeyAscii == 'n')
+            ++m_lastBeatPlayed;
+        else if (KeyAscii == 'p') {
+            if (m_lastBeatPlayed >= 1)
+                --m_lastBeatPlayed;
+        } else
+            m_lastBeatPlayed = KeyAscii - '0';
+        highlightBeat(m_lastBeatPlayed);
+        showSelection();
+        bool cancel = false;
+        MMControl1_PlayClick(cancel);
+        activateWindow();
+        return;
+    }
+    if (KeyAscii == ' ') {
+        bool cancel = false;
+        if (m_host.playing())
+            MMControl1_StopClick(cancel);
+        else
+            MMControl1_PlayClick(cancel);
+    }
+}
+
+// ---------------------------------------------------------------------------------------
+// The rhythm grid
+
+void frmScrollTime::wGrid21_firstLineChanged() {
+    m_gridFirstLineMs = msPos(qint32(std::lround(double(grid()->firstLine()) / twips())));
+}
+
+void frmScrollTime::wGrid21_beatWidthChanged() {
+    // A width goes through the position conversion as it stands, as the way back does.
+    m_gridBeatWidthMs = msPos(qint32(std::lround(grid()->beatWidth() / twips())));
+}
+
+double frmScrollTime::getGridTempo() {
+    FS_PROC(kModule, "Function getGridTempo");
+    RhythmGridWidget* g = grid();
+    int n = 1;
+    while (n <= 30 && g->beatPosition(n) < 1)
+        ++n;
+    wmarker first(*this), second(*this);
+    first.setPixelPosition(g->beatPosition(n) / twips());
+    second.setPixelPosition(g->beatPosition(n + 1) / twips());
+    const auto d = qint32(std::lround(second.msPosition() - first.msPosition()));
+    if (d == 0)
+        raiseError(errnum::DivisionByZero);
+    return graphunits::tempoOfBeat(d);
+}
+
+void frmScrollTime::highlightBeat(int theBeat) {
+    FS_PROC(kModule, "Sub highlightBeat", FS_ARG(theBeat));
+    RhythmGridWidget* g = grid();
+    int n = 1;
+    while (n <= g->beatsPerMeasure() && g->beatPosition(n) < 1)
+        ++n;
+    const int m = theBeat + n - 1;
+    m_selection.startMarker().setPixelPosition(g->beatPosition(m) / twips());
+    m_selection.endMarker().setPixelPosition(g->beatPosition(m + 1) / twips());
+}
+
+void frmScrollTime::gridRefresh() {
+    FS_PROC(kModule, "Sub gridRefresh");
+    if (Recordset* loop = m_host.currentLoopRecord()) {
+        loop->Edit();
+        loop->setField(QStringLiteral("gridvisible"), !grid()->isHidden());
+        loop->Update();
+    }
+    form_paint();
+    showSelection();
+}
+
+void frmScrollTime::mnuShowHide_Click() {
+    FS_PROC(kModule, "Sub mnuShowHide_Click");
+    fs::ignoreErrors([&] {
+        if (grid()->beatWidth() <= 0)
+            grid()->setBeatWidth(360);
+        grid()->setVisible(!!grid()->isHidden());
+        gridRefresh();
+    });
+}
+
+void frmScrollTime::mnuAlignGridToSelection_Click() {
+    FS_PROC(kModule, "Sub mnuAlignGridToSelection_Click");
+    const QString answer =
+        Prompts::inputBox(QStringLiteral("Enter the number of beats in the current selection"),
+                          QString(), QStringLiteral("4"));
+    if (answer.isEmpty())
+        return;
+    bool numeric = false;
+    const double beats = answer.trimmed().toDouble(&numeric);
+    if (!numeric) {
+        Prompts::msgBox(QStringLiteral("Please enter a numeric value"));
+    } else {
+        if (beats == 0)
+            raiseError(errnum::DivisionByZero);
+        const graphunits::GridPlace place = graphunits::alignGrid(
+            m_selection.startMarker().pixelPosition(), m_selection.endMarker().pixelPosition(),
+            beats, grid()->beatsPerMeasure(), twips());
+        grid()->setFirstLine(place.firstLine);
+        grid()->setBeatWidth(place.beatWidth);
+        grid()->setVisible(true);
+        gridRefresh();
+    }
+    // The beat lines of the selection are seen clean; the box comes back with the next paint.
+    if (m_ui->mnuInvert->isChecked())
+        m_selection.invert();
+}
+
+void frmScrollTime::mnuBPM_Click() {
+    FS_PROC(kModule, "Sub mnuBPM_Click");
+    const QString answer =
+        Prompts::inputBox(QStringLiteral("Enter the number of beats per measure:"));
+    const double value = vbVal(answer);
+    if (value > 0 && value <= 32767) {
+        grid()->setBeatsPerMeasure(int(std::lround(value)));
+        showSelection();
+    }
+}
+
+void frmScrollTime::mnuBPMinute_Click() {
+    FS_PROC(kModule, "Sub mnuBPMinute_Click");
+    const double t = getGridTempo();
+    const double original = graphunits::originalTempo(t, m_host.slowDownPercent());
+    Prompts::msgBox(
+        QStringLiteral("Slowed-down tempo is %1 beats per minute.\n\nOriginal tempo: %2")
+            .arg(t)
+            .arg(original));
+}
+
+void frmScrollTime::mnuRulers_Click(int Index) {
+    FS_PROC(kModule, "Sub mnuRulers_Click", FS_ARG(Index));
+    RhythmGridWidget* g = grid();
+    if (Index == 2) {
+        bool on = !g->halvesVisible();
+        g->setHalvesVisible(on);
+        writePref(QStringLiteral("Grid HalvesVisible"), on, on);
+        m_ui->mnuRulers_2->setChecked(on);
+    } else if (Index == 3) {
+        bool on = !g->thirdsVisible();
+        g->setThirdsVisible(on);
+        writePref(QStringLiteral("Grid ThirdsVisible"), on, on);
+        m_ui->mnuRulers_3->setChecked(on);
+    }
+}
+
+void frmScrollTime::mnuGridMaster_Click() {
+    FS_PROC(kModule, "Sub mnuGridMaster_Click");
+    m_ui->mnuRulers_2->setChecked(grid()->halvesVisible());
+    m_ui->mnuRulers_3->setChecked(grid()->thirdsVisible());
+    m_ui->mnuShowHide->setChecked(!grid()->isHidden());
+    const bool placed = !grid()->isHidden() && grid()->beatWidth() > 0;
+    m_ui->mnuDoubleTempo->setEnabled(placed);
+    m_ui->mnuHalfTempo->setEnabled(placed);
+    m_ui->mnuShiftHalfBeat->setEnabled(placed);
+}
+
+void frmScrollTime::mnuFindBeats_Click() {
+    FS_PROC(kModule, "Sub mnuFindBeats_Click");
+    m_host.setStatus(QStringLiteral("Finding the beat. Please wait..."));
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    const BeatFinder::Result found = BeatFinder::findInFile(appDir() + QStringLiteral("/temp.wav"));
+    QGuiApplication::restoreOverrideCursor();
+    if (!found.ok) {
+        m_host.setStatus(QString());
+        Prompts::msgBox(found.why);
+        return;
+    }
+    // Seconds of the unslowed file become milliseconds of the slowed playback, and those
+    // twips of the ruler exactly, without passing through whole pixels.
+    const double stretch = 100.0 / m_host.slowDownPercent();
+    const double msPerPixel = millisecondsPerPixel();
+    if (!(msPerPixel > 0))
+        return;
+    const double beatTwips = found.beatPeriod * 1000.0 * stretch / msPerPixel * twips();
+    const double firstTwips = pixelOfMs(found.firstBeat * 1000.0 * stretch) * twips();
+    RhythmGridWidget* g = grid();
+    // The first line goes back by whole measures to the left of the picture, as aligning does,
+    // so that the found first beat stays a measure line.
+    const double measure = beatTwips * g->beatsPerMeasure();
+    double first = firstTwips;
+    if (measure > 0 && first >= 1)
+        first -= (std::floor((first - 1) / measure) + 1) * measure;
+    g->setFirstLine(qint32(std::lround(first)));
+    g->setBeatWidth(beatTwips);
+    g->setVisible(true);
+    gridRefresh();
+}
+
+double frmScrollTime::millisecondsPerPixel() const {
+    // The axis counts words of the file; a word is expFactor / samplesPerMs milliseconds of
+    // the slowed playback, whatever the display quality.
+    const double width = chart()->plotRect().width();
+    const double words = chart()->axisMaximum() - chart()->axisMinimum();
+    if (!(width > 0) || !(words > 0))
+        return 0;
+    return words / width * double(m_host.expFactor()) / double(gvSamplesPerMs);
+}
+
+double frmScrollTime::pixelOfMs(double ms) const {
+    const double perMs = double(gvSamplesPerMs) / double(m_host.expFactor());
+    const double words = chart()->axisMaximum() - chart()->axisMinimum();
+    const QRect plot = chart()->plotRect();
+    if (!(words > 0))
+        return plot.left();
+    return plot.left() + (ms * perMs - chart()->axisMinimum()) / words * plot.width();
+}
+
+void frmScrollTime::mnuDoubleTempo_Click() {
+    FS_PROC(kModule, "Sub mnuDoubleTempo_Click");
+    grid()->setBeatWidth(grid()->beatWidth() / 2);
+    gridRefresh();
+}
+
+void frmScrollTime::mnuHalfTempo_Click() {
+    FS_PROC(kModule, "Sub mnuHalfTempo_Click");
+    RhythmGridWidget* g = grid();
+    g->setBeatWidth(g->beatWidth() * 2);
+    // Keep the ruler's origin off the picture, as the other placements do.
+    const auto measure = qint32(std::lround(g->beatsPerMeasure() * g->beatWidth()));
+    if (measure > 0)
+        while (g->firstLine() < -measure)
+            g->setFirstLine(g->firstLine() + measure);
+    gridRefresh();
+}
+
+void frmScrollTime::mnuShiftHalfBeat_Click() {
+    FS_PROC(kModule, "Sub mnuShiftHalfBeat_Click");
+    RhythmGridWidget* g = grid();
+    g->setFirstLine(qint32(std::lround(g->firstLine() + g->beatWidth() / 2)));
+    gridRefresh();
+}
+
+void frmScrollTime::mnuSnapToGrid_Click() {
+    FS_PROC(kModule, "Sub mnuSnapToGrid_Click");
+    bool on = m_ui->mnuSnapToGrid->isChecked();
+    writePref(QStringLiteral("Grid SnapToGrid"), on, on);
+}
+
+void frmScrollTime::showSelection() {
+    // What a musician transcribing wants at a glance: how long the selection is, in seconds
+    // and in beats, and how fast the grid's beat goes, slowed and as played.
+    const double seconds =
+        (m_selection.endMarker().msPosition() - m_selection.startMarker().msPosition()) / 1000.0;
+    QString text = QStringLiteral("Selection: %1 seconds").arg(seconds, 0, 'f', 2);
+    RhythmGridWidget* g = grid();
+    if (!g->isHidden() && g->beatWidth() > 0) {
+        fs::ignoreErrors([&] {
+            const double beats = double(m_selection.endMarker().pixelPosition() -
+                                        m_selection.startMarker().pixelPosition()) *
+                                 twips() / g->beatWidth();
+            // The tempo from the ruler's own width, not from whole pixels: the line reads to
+            // a tenth of a beat per minute.
+            const double beatMs = g->beatWidth() / twips() * millisecondsPerPixel();
+            if (!(beatMs > 0))
+                return;
+            const double t = std::round(600000.0 / beatMs) / 10.0;
+            text += QStringLiteral(", %1 beats. Tempo: %2 beats per minute, %3 original")
+                        .arg(beats, 0, 'f', 1)
+                        .arg(t)
+                        .arg(graphunits::originalTempo(t, m_host.slowDownPercent()));
+        });
+    }
+    statusBar()->showMessage(text + u'.');
+}
+
+// ---------------------------------------------------------------------------------------
+// Colours, zoom and the rest
+
+QColor frmScrollTime::changeColorProperty(const QString& prefName, const QColor& currentColor) {
+    const QColor chosen = Dialogs::getColor(currentColor, this, QString());
+    // Cancel keeps the colour there was.
+    const QColor color = chosen.isValid() ? chosen : currentColor;
+    qint32 stored = colorToLong(color);
+    writePref(prefName, stored, stored);
+    return color;
+}
+
+void frmScrollTime::mnuColors_Click(int Index) {
+    FS_PROC(kModule, "Sub mnuColors_Click", FS_ARG(Index));
+    RhythmGridWidget* g = grid();
+    if (Index == 1)
+        g->setBeatColor(changeColorProperty(QStringLiteral("Grid BeatColor"), g->beatColor()));
+    else if (Index == 2)
+        g->setHalfColor(changeColorProperty(QStringLiteral("Grid HalfColor"), g->halfColor()));
+    else
+        g->setThirdColor(changeColorProperty(QStringLiteral("Grid ThirdColor"), g->thirdColor()));
+}
+
+void frmScrollTime::mnuBackgroundColor_Click() {
+    FS_PROC(kModule, "Sub mnuBackgroundColor_Click");
+    chart()->setBackgroundColor(
+        changeColorProperty(QStringLiteral("Graph Background Color"), chart()->backgroundColor()));
+}
+
+void frmScrollTime::mnuGraphColor_Click() {
+    FS_PROC(kModule, "Sub mnuGraphColor_Click");
+    chart()->setLineColor(
+        changeColorProperty(QStringLiteral("Graph Foreground Color"), chart()->lineColor()));
+}
+
+void frmScrollTime::mnuGraphicDisplayQuality_Click() {
+    FS_PROC(kModule, "Sub mnuGraphicDisplayQuality_Click");
+    const QString answer = Prompts::inputBox(
+        QStringLiteral("Please enter a number between 1 and 20 for graphic quality. Higher "
+                       "numbers give you higher resolution but take longer to display. The "
+                       "number here does not affect the sound quality, just the graphic "
+                       "quality."),
+        QStringLiteral("Enter quality factor"), QString::number(21 - gvDisplayQuality));
+    const int step = graphunits::qualityStepFromAnswer(answer);
+    if (step == 0)
+        return;
+    gvDisplayQuality = qint16(step);
+    Prompts::msgBox(QStringLiteral("The new value will take effect the next time you create a "
+                                   "graph."));
+}
+
+void frmScrollTime::mnuInvert_Click() {
+    FS_PROC(kModule, "Sub mnuInvert_Click");
+    bool on = m_ui->mnuInvert->isChecked();
+    writePref(QStringLiteral("Graph Invert Selection"), on, on);
+    form_paint();
+}
+
+void frmScrollTime::mnuRefresh_Click() {
+    FS_PROC(kModule, "Sub mnuRefresh_Click");
+    m_playPosition.Hide();
+    form_paint();
+}
+
+void frmScrollTime::mnuSelectAll_Click() {
+    FS_PROC(kModule, "Sub mnuSelectAll_Click");
+    fs::ignoreErrors([&] {
+        m_selection.startMarker().setSamplePosition(1);
+        m_selection.endMarker().setMsPosition(double(m_host.player()->Length()) - 15);
+        m_playPosition.Hide();
+        bool cancel = false;
+        MMControl1_StopClick(cancel);
+        mnuRefresh_Click();
+        showSelection();
+        MMControl1_PlayClick(cancel);
+    });
+}
+
+void frmScrollTime::mnuZoom_Click(int Index) {
+    FS_PROC(kModule, "Sub mnuZoom_Click", FS_ARG(Index));
+    if (Index == 1) {
+        const float f = expFactor();
+        SetDataRange(graphunits::pointOfSample(m_selection.startMarker().samplePosition(), f),
+                     graphunits::pointOfSample(m_selection.endMarker().samplePosition(), f));
+    } else {
+        SetDataRange(1, chart()->pointCount());
+    }
+    // The picture moved under the lines: they are drawn again where they now belong.
+    m_playPosition.Hide();
+    form_paint();
+}
+
+void frmScrollTime::loadFormPrefs() {
+    FS_PROC(kModule, "Sub loadFormPrefs");
+    QString value;
+    bool invert = true;
+    if (prefValue(QStringLiteral("Graph Invert Selection"), value))
+        invert = vbCBool(value);
+    m_ui->mnuInvert->setChecked(invert);
+    if (prefValue(QStringLiteral("Graph Background Color"), value))
+        chart()->setBackgroundColor(colorFromLong(qint32(vbVal(value))));
+    if (prefValue(QStringLiteral("Graph Foreground Color"), value))
+        chart()->setLineColor(colorFromLong(qint32(vbVal(value))));
+
+    // The grid's colours get their defaults stored at the first use.
+    RhythmGridWidget* g = grid();
+    struct ColorPref {
+        const char* name;
+        QColor fallback;
+        void (RhythmGridWidget::*set)(const QColor&);
+    };
+    const ColorPref colors[] = {
+        {"Grid BeatColor", QColor(0, 255, 0), &RhythmGridWidget::setBeatColor},
+        {"Grid HalfColor", QColor(0, 0, 255), &RhythmGridWidget::setHalfColor},
+        {"Grid ThirdColor", QColor(255, 0, 0), &RhythmGridWidget::setThirdColor},
+    };
+    for (const ColorPref& c : colors) {
+        const QString name = QString::fromLatin1(c.name);
+        if (!prefValue(name, value)) {
+            qint32 stored = colorToLong(c.fallback);
+            writePref(name, stored, stored);
+            value = QString::number(stored);
+        }
+        (g->*c.set)(colorFromLong(qint32(vbVal(value))));
+    }
+    if (prefValue(QStringLiteral("Grid HalvesVisible"), value))
+        g->setHalvesVisible(vbCBool(value));
+    if (prefValue(QStringLiteral("Grid ThirdsVisible"), value))
+        g->setThirdsVisible(vbCBool(value));
+    if (prefValue(QStringLiteral("Grid SnapToGrid"), value))
+        m_ui->mnuSnapToGrid->setChecked(vbCBool(value));
+
+    g->setVisible(false);
+    if (Recordset* loop = m_host.currentLoopRecord()) {
+        if (!loop->isNull(QStringLiteral("lastGridStart")))
+            g->setFirstLine(loop->field(QStringLiteral("lastGridStart")).toInt());
+        if (!loop->isNull(QStringLiteral("lastGridWidth")))
+            g->setBeatWidth(loop->field(QStringLiteral("lastGridWidth")).toDouble());
+        if (loop->isNull(QStringLiteral("gridvisible"))) {
+            loop->Edit();
+            loop->setField(QStringLiteral("gridvisible"), false);
+            loop->Update();
+        }
+        if (loop->field(QStringLiteral("gridvisible")).toBool())
+            mnuShowHide_Click();
+    }
+}
+
+void frmScrollTime::closeEvent(QCloseEvent* event) {
+    fs::trap(kModule, "Sub Form_QueryUnload", [] { FS_PROC(kModule, "Sub Form_QueryUnload"); });
+    if (!m_unloaded) {
+        m_unloaded = true;
+        fs::trap(kModule, "Sub Form_Unload", [this] { Form_Unload(); });
+    }
+    QMainWindow::closeEvent(event);
+    // Closed by its frame it is unloaded as well.
+    if (!property("cantavoxUnloaded").toBool()) {
+        setProperty("cantavoxUnloaded", true);
+        deleteLater();
+    }
+}
+
+void frmScrollTime::Form_Unload() {
+    FS_PROC(kModule, "Sub Form_Unload");
+    if (Recordset* loop = m_host.currentLoopRecord()) {
+        loop->Edit();
+        loop->setField(QStringLiteral("lastGridStart"), grid()->firstLine());
+        loop->setField(QStringLiteral("lastGridWidth"), grid()->beatWidth());
+        loop->setField(QStringLiteral("gridvisible"), !grid()->isHidden());
+        loop->Update();
+    }
+}
