@@ -14,6 +14,7 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSlider>
@@ -440,6 +441,17 @@ public:
                 {slowPlay ? 6 : 10, "transport", [this, strip] { transport(strip); }});
         if (QWidget* trim = shownWindow(QStringLiteral("frmTrim")))
             choices.push_back({slowPlay ? 4 : 14, "trim", [this, trim] { trimMove(trim); }});
+        if (QWidget* graph = shownWindow(QStringLiteral("frmScrollTime")); graph && slowPlay) {
+            choices.push_back({8, "graph click", [this, graph] { graphClick(graph); }});
+            choices.push_back({4, "graph beat", [this, graph] { graphBeat(graph); }});
+            choices.push_back({1, "graph close", [graph] { graph->close(); }});
+        } else if (QWidget* view = find("cmdGraphic"); slowPlay && view && view->isVisible()) {
+            // The button is offered once the slowed loop is ready: the musician waits for it.
+            choices.push_back({3, "Wave View", [this, view] {
+                                   if (waitFor([view] { return usable(view); }, 3000))
+                                       click(m_in, view);
+                               }});
+        }
         if (slowPlay) {
             choices.push_back({6, "speed", [this] { speedChange(); }});
             choices.push_back({9, "Previous View", [this] { click(m_in, find("cmdPrevView")); }});
@@ -509,6 +521,31 @@ private:
         const int k =
             page ? (up ? Qt::Key_PageUp : Qt::Key_PageDown) : (up ? Qt::Key_Right : Qt::Key_Left);
         press(m_in, s, k);
+    }
+
+    // A click with either button somewhere on the wave graph's chart: the selection moves and
+    // plays.
+    void graphClick(QWidget* graph) {
+        QWidget* chart = in(graph, "Chart");
+        if (!usable(chart))
+            return;
+        const QPoint at(pick(std::max(1, chart->width())), chart->height() / 2);
+        const Qt::MouseButton button = pick(3) == 0 ? Qt::RightButton : Qt::LeftButton;
+        const QPointF global = chart->mapToGlobal(QPointF(at));
+        QMouseEvent press(QEvent::MouseButtonPress, QPointF(at), global, button, button,
+                          Qt::NoModifier);
+        QApplication::sendEvent(chart, &press);
+        QMouseEvent release(QEvent::MouseButtonRelease, QPointF(at), global, button, Qt::NoButton,
+                            Qt::NoModifier);
+        QApplication::sendEvent(chart, &release);
+    }
+
+    // A beat of the grid by its number, or the next or previous one.
+    void graphBeat(QWidget* graph) {
+        static const int keys[] = {Qt::Key_1, Qt::Key_2, Qt::Key_3,    Qt::Key_4,
+                                   Qt::Key_N, Qt::Key_P, Qt::Key_Space};
+        if (QWidget* chart = in(graph, "Chart"); usable(chart))
+            press(m_in, chart, keys[pick(7)]);
     }
 
     // A new speed by one of the three ways the window offers, within what a practice wants.

@@ -50,6 +50,8 @@ TEST_F(PracticeJourney, AfterFiveThousandActionsALoopStillRepeatsSeamlesslyAndNo
     if (QWidget* back = widget("cmdPrevView"); back->isVisible())
         click(back);
     ASSERT_TRUE(drive::waitFor([this] { return loopsGrid()->isVisible(); }));
+    EXPECT_EQ(drive::shownWindow(QStringLiteral("frmScrollTime")), nullptr)
+        << "Wave View goes with SlowPlay";
     drive::spin(300);
     ProgramRun::settle();
     EXPECT_EQ(fsCallStackLines(), QStringList()) << "procedures still on the stack at rest";
