@@ -86,6 +86,8 @@ TEST_F(GraphJourney, ASlowedLoopIsSeenSelectedByMouseAndBeatAndMeasuredByItsGrid
     ASSERT_TRUE(drive::waitFor([this] { return graph() != nullptr; }));
     EXPECT_EQ(graph()->windowTitle(), QStringLiteral("Wave View"));
     EXPECT_GT(chart()->pointCount(), 1000) << "the loop's words, one point for every 20";
+    EXPECT_EQ(panel("pnlMsg"), QStringLiteral("Playing loop at 50% of original speed."))
+        << "the wait is over once the picture is there";
     EXPECT_GT(graph()->geometry().top(), widget("fraSlowdown")->mapToGlobal(QPoint()).y())
         << "it stands below the speed control";
 
@@ -158,5 +160,9 @@ TEST_F(GraphJourney, ASlowedLoopIsSeenSelectedByMouseAndBeatAndMeasuredByItsGrid
     ASSERT_TRUE(drive::waitFor([this] { return graph() != nullptr; }));
     EXPECT_TRUE(drive::in<RhythmGridWidget>(graph(), "wGrid21")->isVisible());
     EXPECT_EQ(statusNumber(QStringLiteral("Tempo:")), tempo) << status().toStdString();
+
+    // Previous View leaves SlowPlay, and the graph goes with it.
+    click(widget("cmdPrevView"));
+    EXPECT_TRUE(drive::waitFor([this] { return graph() == nullptr; }));
     EXPECT_TRUE(messageBoxes().isEmpty()) << messageBoxes().join(u'\n').toStdString();
 }

@@ -15,13 +15,19 @@ const char* const kModule = "main form";
 
 void frmMain::cmdGraphic_Click() {
     FS_PROC(kModule, "Sub cmdGraphic_Click");
+    // The wait is said while the picture is made; then the panel says what it said before.
+    const QString said = panelText(QStringLiteral("pnlMsg"));
     setPanelText(QStringLiteral("pnlMsg"), QStringLiteral("Generating graphic. Please wait..."));
     if (frmScrollTime* graph = formIfLoaded<frmScrollTime>()) {
         graph->show();
         graph->raise();
-        return;
+    } else {
+        loadForm<frmScrollTime>(*m_graphHost);
     }
-    loadForm<frmScrollTime>(*m_graphHost);
+    if (panelText(QStringLiteral("pnlMsg"))
+            .endsWith(QStringLiteral("please wait."), Qt::CaseInsensitive) ||
+        panelText(QStringLiteral("pnlMsg")).endsWith(QStringLiteral("Please wait...")))
+        setPanelText(QStringLiteral("pnlMsg"), said);
 }
 
 void frmMain::expFactorSet() {
