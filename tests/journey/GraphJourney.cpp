@@ -68,9 +68,9 @@ protected:
 } // namespace
 
 TEST_F(GraphJourney, ASlowedLoopIsSeenSelectedByMouseAndBeatAndMeasuredByItsGrid) {
-    // A metronome at 120 beats per minute, a loop of it marked while it plays, slowed to 50%.
-    const QString name = QStringLiteral("metronome.wav");
-    ASSERT_TRUE(wavgen::writeClickTrack(musicPath(name), 30.0, 0.5, {44100, 1}));
+    // A drum loop at 120 beats per minute, a loop of it marked while it plays, slowed to 50%.
+    const QString name = QStringLiteral("groove.wav");
+    ASSERT_TRUE(wavgen::writeDrumLoop(musicPath(name), 30.0, 120.0, {44100, 1}));
     drive::Loopback ear(16000);
     ASSERT_TRUE(ear.ok());
     openThroughFileMenu(musicPath(name));
@@ -151,6 +151,19 @@ TEST_F(GraphJourney, ASlowedLoopIsSeenSelectedByMouseAndBeatAndMeasuredByItsGrid
     EXPECT_EQ(statusNumber(QStringLiteral("seconds,")), 4.0) << status().toStdString();
     EXPECT_NEAR(statusNumber(QStringLiteral("Tempo:")), 90.0, 1.0) << status().toStdString();
     EXPECT_NEAR(statusNumber(QStringLiteral("minute,")), 120.0, 1.2) << status().toStdString();
+
+    // Made as narrow as a window gets and as large as a 4K screen, it goes on working, and
+    // the grid keeps its tempo.
+    const QRect before = graph()->geometry();
+    graph()->resize(1, 120);
+    QApplication::processEvents();
+    graph()->resize(3840, 2160);
+    QApplication::processEvents();
+    EXPECT_NEAR(statusNumber(QStringLiteral("Tempo:")), 90.0, 1.0) << status().toStdString();
+    graph()->setGeometry(before);
+    QApplication::processEvents();
+    clickChart(Qt::LeftButton, 0.1);
+    EXPECT_TRUE(drive::waitFor([this] { return playing(); }));
 
     // Closed and opened again: the grid is where it was.
     const double tempo = statusNumber(QStringLiteral("Tempo:"));

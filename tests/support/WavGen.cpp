@@ -70,6 +70,28 @@ bool writeClickTrack(const QString& path, double seconds, double interval, const
     });
 }
 
+bool writeDrumLoop(const QString& path, double seconds, double bpm, const Format& f) {
+    const double rate = f.rate, eighth = 30.0 / bpm;
+    return writeSignal(path, seconds, f, [&](qint64 n, int) {
+        const double t = double(n) / rate;
+        const auto k = qint64(t / eighth);
+        const double s = t - double(k) * eighth;
+        // Noise from the sample's number, so that every channel and every run hears the same.
+        auto h = quint32(n) * 2654435761u;
+        h ^= h >> 13;
+        h *= 0x5bd1e995u;
+        h ^= h >> 15;
+        const double noise = double(h & 0xFFFFu) / 32768.0 - 1.0;
+        double v = 0.25 * noise * std::exp(-s / 0.012);
+        if (k % 4 == 0) // a kick falling from 150 to 50 Hz
+            v += 0.7 * std::sin(2.0 * M_PI * (50.0 * s + 3.0 * (1.0 - std::exp(-s / 0.03)))) *
+                 std::exp(-s / 0.08);
+        if (k % 4 == 2)
+            v += (0.35 * noise + 0.25 * std::sin(2.0 * M_PI * 190.0 * s)) * std::exp(-s / 0.04);
+        return std::clamp(v, -1.0, 1.0);
+    });
+}
+
 bool writeRamp(const QString& path, qint64 frames, int rate, int channels) {
     SF_INFO info{};
     info.samplerate = rate;

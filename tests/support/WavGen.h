@@ -30,6 +30,10 @@ bool writeChord(const QString& path, double seconds, double hz1 = 220.0, double 
 bool writeClickTrack(const QString& path, double seconds, double interval = 0.25,
                      const Format& f = {});
 
+// A drum loop: kick on beats 1 and 3, snare on 2 and 4, a hi-hat on every eighth, at that
+// tempo from the first sample, the same on every channel.
+bool writeDrumLoop(const QString& path, double seconds, double bpm = 120.0, const Format& f = {});
+
 // A file whose sample n (per channel) holds the value n modulo 30000, as 16-bit PCM, so a
 // reader can tell exactly which frame it got.
 bool writeRamp(const QString& path, qint64 frames, int rate = 44100, int channels = 2);

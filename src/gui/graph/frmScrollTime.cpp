@@ -54,6 +54,10 @@ int twips() {
     return RhythmGridWidget::twipsPerPixel();
 }
 
+// Where the window stood when it was last closed in this run: it opens there again, and at
+// that size the grid kept with a loop, which is in twips of the chart, stands where it stood.
+QRect g_lastGeometry;
+
 } // namespace
 
 frmScrollTime::frmScrollTime(GraphHost& host)
@@ -173,7 +177,7 @@ void frmScrollTime::Form_Load() {
     m_selection.startMarker().Hide();
     m_selection.endMarker().Hide();
     // Over the part of the main window that SlowPlay leaves empty: the two read as one screen.
-    const QRect area = m_host.emptyArea();
+    const QRect area = g_lastGeometry.isValid() ? g_lastGeometry : m_host.emptyArea();
     if (area.width() > 100 && area.height() > 100)
         setGeometry(area);
     Form_Resize();
@@ -262,13 +266,21 @@ void frmScrollTime::Form_Resize() {
     if (!m_formLoading)
         placeGridFromMs(m_gridFirstLineMs, m_gridBeatWidthMs);
     form_paint();
+    if (!m_formLoading)
+        showSelection();
 }
 
 void frmScrollTime::placeGridFromMs(double firstMs, double beatMs) {
-    // The same musical places have new pixels: the ruler follows them.
-    const qint32 first = qint32(firstMs), width = qint32(beatMs);
-    grid()->setFirstLine(qint32(std::lround(double(twips()) * pixelPos(first))));
-    grid()->setBeatWidth(double(twips()) * pixelPos(width));
+    // The same musical places have new pixels: the ruler follows them, at the picture's exact
+    // scale, and the places themselves stay as they were (a window made very narrow for a
+    // moment would otherwise leave them rounded to its few pixels).
+    const double msPerPixel = millisecondsPerPixel();
+    if (!(msPerPixel > 0))
+        return;
+    m_placingGrid = true;
+    grid()->setFirstLine(qint32(std::lround(double(twips()) * pixelOfMs(firstMs))));
+    grid()->setBeatWidth(double(twips()) * beatMs / msPerPixel);
+    m_placingGrid = false;
 }
 
 // ---------------------------------------------------------------------------------------
@@ -438,13 +450,22 @@ void frmScrollTime::Form_KeyPress(int KeyAscii) {
 // ---------------------------------------------------------------------------------------
 // The rhythm grid
 
+void frmScrollTime::gridFollowsSpeed() {
+    // The picture stays as it was, so the grid's lines keep their pixels and the times of the
+    // slowed playback they stand for are new.
+    wGrid21_firstLineChanged();
+    wGrid21_beatWidthChanged();
+}
+
 void frmScrollTime::wGrid21_firstLineChanged() {
-    m_gridFirstLineMs = msPos(qint32(std::lround(double(grid()->firstLine()) / twips())));
+    if (!m_placingGrid)
+        m_gridFirstLineMs = qint32(std::lround(msOfPixel(double(grid()->firstLine()) / twips())));
 }
 
 void frmScrollTime::wGrid21_beatWidthChanged() {
-    // A width goes through the position conversion as it stands, as the way back does.
-    m_gridBeatWidthMs = msPos(qint32(std::lround(grid()->beatWidth() / twips())));
+    if (!m_placingGrid)
+        m_gridBeatWidthMs =
+            qint32(std::lround(grid()->beatWidth() / twips() * millisecondsPerPixel()));
 }
 
 double frmScrollTime::getGridTempo() {
@@ -609,6 +630,15 @@ double frmScrollTime::millisecondsPerPixel() const {
     if (!(width > 0) || !(words > 0))
         return 0;
     return words / width * double(m_host.expFactor()) / double(gvSamplesPerMs);
+}
+
+double frmScrollTime::msOfPixel(double px) const {
+    const double perMs = double(gvSamplesPerMs) / double(m_host.expFactor());
+    const double words = chart()->axisMaximum() - chart()->axisMinimum();
+    const QRect plot = chart()->plotRect();
+    if (!(words > 0) || plot.width() <= 0)
+        return 0;
+    return ((px - plot.left()) / plot.width() * words + chart()->axisMinimum()) / perMs;
 }
 
 double frmScrollTime::pixelOfMs(double ms) const {
@@ -830,6 +860,7 @@ void frmScrollTime::closeEvent(QCloseEvent* event) {
     fs::trap(kModule, "Sub Form_QueryUnload", [] { FS_PROC(kModule, "Sub Form_QueryUnload"); });
     if (!m_unloaded) {
         m_unloaded = true;
+        g_lastGeometry = geometry();
         fs::trap(kModule, "Sub Form_Unload", [this] { Form_Unload(); });
     }
     QMainWindow::closeEvent(event);

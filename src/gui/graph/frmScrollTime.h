@@ -43,6 +43,8 @@ public:
     qint32 msPos(qint32 pixelPosit);
 
     void form_paint();
+    // After a change of speed: the grid's times follow its unchanged lines.
+    void gridFollowsSpeed();
     // The selection's length and the grid's tempo, slowed and original, in the status line.
     void showSelection();
     void SetDataRange(qint32 First, qint32 Last);
@@ -103,6 +105,7 @@ private:
     // The picture's exact scale, for what is placed or read finer than a pixel.
     double millisecondsPerPixel() const;
     double pixelOfMs(double ms) const;
+    double msOfPixel(double px) const;
 
     GraphHost& m_host;
     std::unique_ptr<Ui::frmScrollTime> m_ui;
@@ -111,6 +114,8 @@ private:
     wmarker m_scratchMarker;
     int m_lastBeatPlayed = 0;
     bool m_formLoading = true;
+    // The ruler is being moved to follow its places in milliseconds, which stay as they are.
+    bool m_placingGrid = false;
     qint32 m_gridFirstLineMs = 0;
     qint32 m_gridBeatWidthMs = 0;
     qint32 m_plotPointCount = 0;

@@ -319,6 +319,7 @@ void frmMain::tmrLoopDLL_Timer() {
             w->setFrom(qint32(std::lround(graph->selection().startMarker().msPosition())));
             w->setTo(qint32(std::lround(graph->selection().endMarker().msPosition())));
             graph->form_paint();
+            graph->gridFollowsSpeed();
             graph->showSelection();
         } else {
             w->setFrom(0);
