@@ -31,23 +31,23 @@ TEST(GraphUnits, PointsPickEveryQualityThWordPastTheFirstFortyFourWhateverTheFil
     ChartPoints p = readChartPoints(wordsFile(dir, "a", 2000), 20);
     EXPECT_TRUE(p.error.isEmpty());
     ASSERT_EQ(p.count, 100);
-    ASSERT_EQ(p.x.size(), 56u);
-    EXPECT_EQ(p.x[0], 20);
-    EXPECT_EQ(p.y[0], 64);
-    EXPECT_EQ(p.x[55], 1120);
-    EXPECT_EQ(p.y[55], 1164);
+    ASSERT_EQ(p.filled, 56);
+    EXPECT_EQ(p.x(1), 20);
+    EXPECT_EQ(p.y(1), 64);
+    EXPECT_EQ(p.x(56), 1120);
+    EXPECT_EQ(p.y(56), 1164);
 
     // Quality 1 reaches the very last word and no further.
     p = readChartPoints(wordsFile(dir, "b", 500), 1);
-    ASSERT_EQ(p.y.size(), 456u);
-    EXPECT_EQ(p.y.back(), 500);
+    ASSERT_EQ(p.filled, 456);
+    EXPECT_EQ(p.y(456), 500);
 
     // A file of odd length loses its last byte; one shorter than 44 points fills none.
     p = readChartPoints(wordsFile(dir, "c", 501, true), 1);
     EXPECT_EQ(p.count, 501);
     p = readChartPoints(wordsFile(dir, "d", 43 * 20), 20);
     EXPECT_EQ(p.count, 43);
-    EXPECT_TRUE(p.x.empty());
+    EXPECT_EQ(p.filled, 0);
 
     // Empty and missing files give no points; only the missing one is an error.
     p = readChartPoints(wordsFile(dir, "e", 0), 20);

@@ -33,6 +33,7 @@ qint32 sampleOfMs(double ms, int quality, float samplesPerMs) {
 
 ChartPoints readChartPoints(const QString& fileName, int quality) {
     ChartPoints out;
+    out.quality = std::max(1, quality);
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly)) {
         out.error = QStringLiteral("%1 can't be read: %2").arg(fileName, file.errorString());
@@ -40,22 +41,16 @@ ChartPoints readChartPoints(const QString& fileName, int quality) {
     }
     // A file of odd length loses its last byte.
     const qint64 words = file.size() / 2;
-    std::vector<qint16> data(static_cast<size_t>(words));
-    const qint64 bytes = file.read(reinterpret_cast<char*>(data.data()), words * 2);
+    out.words.resize(static_cast<size_t>(words));
+    const qint64 bytes = file.read(reinterpret_cast<char*>(out.words.data()), words * 2);
     if (bytes != words * 2)
         out.error = QStringLiteral("%1 could not be read whole.").arg(fileName);
     if (quality < 1)
         return out;
     out.count = int(std::min<qint64>(words / quality, std::numeric_limits<int>::max()));
-    const int filled = std::max(0, out.count - 44);
-    out.x.resize(size_t(filled));
-    out.y.resize(size_t(filled));
-    for (int i = 1; i <= filled; ++i) {
-        const qint64 x = qint64(i) * quality;
-        out.x[size_t(i - 1)] = double(x);
-        // Word number x + 44 counted from 1.
-        out.y[size_t(i - 1)] = double(data[size_t(x + 43)]);
-    }
+    // Word number x + 44 counted from 1 is at index x + 43: the last point reaches the last
+    // word at quality 1.
+    out.filled = std::max(0, out.count - 44);
     return out;
 }
 

@@ -29,9 +29,14 @@ qint32 sampleOfMs(double ms, int quality, float samplesPerMs);
 // i up to count - 44; the last 44 points keep no values. It is a plain pick of every
 // quality-th word: with stereo words both channels alternate.
 struct ChartPoints {
-    int count = 0;            // words / quality
-    std::vector<double> x, y; // the points with values, count - 44 of them (or none)
-    QString error;            // why the file could not be read whole; the points read stand
+    int count = 0;  // words / quality
+    int filled = 0; // the points with values: count - 44, or none
+    int quality = 1;
+    std::vector<qint16> words; // the file, read once; the points are worked out from it
+    QString error;             // why the file could not be read whole; the points read stand
+    // Point i from 1 to filled.
+    double x(int i) const { return double(qint64(i) * quality); }
+    double y(int i) const { return double(words[size_t(qint64(i) * quality + 43)]); }
 };
 ChartPoints readChartPoints(const QString& fileName, int quality);
 

@@ -204,9 +204,9 @@ void frmScrollTime::ReadSlowdownFile() {
             Prompts::msgBox(points.error);
         c->setBatching(true);
         c->setPointCount(points.count);
-        for (size_t i = 0; i < points.x.size(); ++i) {
-            c->setX(int(i) + 1, points.x[i]);
-            c->setY(int(i) + 1, points.y[i]);
+        for (int i = 1; i <= points.filled; ++i) {
+            c->setX(i, points.x(i));
+            c->setY(i, points.y(i));
         }
     } catch (const AppError& e) {
         Prompts::msgBox(QStringLiteral("Error %1 occurred reading tempslow.wav into the graph\n\n%2"
