@@ -1,6 +1,6 @@
 // The drives and discs of image drives, read through libcdio as a real drive is: the letters
-// the drives are called by, a disc coming and going, its table of contents and CD-Text names,
-// and every sample of its audio read back from where it lies.
+// the drives are called by, a disc coming and going, its table of contents, its audio read
+// back from where it lies, and broken images.
 #include "CdImage.h"
 
 #include "platform/CdDisc.h"
@@ -58,8 +58,6 @@ TEST_F(CdDiscTest, DrivesAreLetteredFromDInTheOrderOfTheirFolders) {
     const QList<CdDrive> drives = CdDrives::list();
     ASSERT_EQ(drives.size(), 2);
     EXPECT_EQ(CdDrives::letters(), QStringLiteral("DE"));
-    EXPECT_EQ(drives[0].shownName(),
-              QStringLiteral("D: ") + root.path() + QStringLiteral("/a-first"));
     EXPECT_EQ(CdDrives::nthLetter(2), QStringLiteral("E"));
     EXPECT_EQ(CdDrives::nthLetter(3), QStringLiteral(""));
     EXPECT_EQ(CdDrives::nthLetter(0), QStringLiteral(""));
@@ -92,57 +90,33 @@ TEST_F(CdDiscTest, ADiscIsThereFromItsCueSheetOnAndGoneWithIt) {
     EXPECT_EQ(CdDisc::status(CdDrive{QStringLiteral("D"), folder, true}), CdDisc::Status::Missing);
 }
 
-TEST_F(CdDiscTest, TheContentsGiveEveryTrackItsSectorsKindAndName) {
-    cdimage::Disc spec;
-    spec.title = QStringLiteral("Ça m'énerve, d'après Müller");
-    spec.performer = QStringLiteral("Trio Élan");
-    spec.tracks = {{30.0, true, QStringLiteral("Überleitung")}, {61.5, true, {}}, {4.0, false, {}}};
-    ASSERT_TRUE(cdimage::insert(drive("d"), spec));
+// Names, kinds and whole-second lengths reach the library in the disc journeys; here the
+// sectors of a track that ends mid-second, a read of its last ones, and reads past the end.
+TEST_F(CdDiscTest, TracksLieWhereTheirSectorsAreAndReadsStopAtTheDiscsEnd) {
+    ASSERT_TRUE(cdimage::insert(drive("d"), {{{30.0}, {61.5}, {4.0, false, {}}}}));
     CdDisc disc;
     ASSERT_TRUE(openFirst(disc));
     const CdDisc::Contents& c = disc.contents();
-    EXPECT_EQ(c.title, spec.title);
-    EXPECT_EQ(c.performer, spec.performer);
     ASSERT_EQ(c.tracks.size(), 3);
-    EXPECT_EQ(c.tracks[0].number, 1);
-    EXPECT_EQ(c.tracks[0].start, 0);
-    EXPECT_EQ(c.tracks[0].sectors, 2250);
-    EXPECT_EQ(c.tracks[0].title, QStringLiteral("Überleitung"));
     EXPECT_EQ(c.tracks[1].start, 2250);
     EXPECT_EQ(c.tracks[1].sectors, cdimage::sectorsOf(61.5));
-    EXPECT_TRUE(c.tracks[1].title.isEmpty());
-    EXPECT_TRUE(c.tracks[1].audio);
-    EXPECT_FALSE(c.tracks[2].audio) << "a data track is no music";
     EXPECT_EQ(c.leadout, 2250 + cdimage::sectorsOf(61.5) + 300);
-    EXPECT_EQ(CdDisc::sectorsToMs(c.tracks[0].sectors), 30000);
     EXPECT_EQ(CdDisc::sectorsToMs(1), 13) << "whole milliseconds of whole sectors";
-}
 
-TEST_F(CdDiscTest, EverySampleReadComesFromWhereItLiesOnTheDisc) {
-    ASSERT_TRUE(cdimage::insert(drive("d"), {{{20.0}, {40.0}}}));
-    CdDisc disc;
-    ASSERT_TRUE(openFirst(disc));
-    // A stretch across the join of the two tracks, and the disc's very last sectors.
-    for (const qint32 start : {1490, 1500 + 3000 - 7}) {
-        const int count = 7;
-        std::vector<char> bytes(size_t(count) * CdDisc::kSectorBytes);
-        QString why;
-        ASSERT_TRUE(disc.readAudio(start, count, bytes.data(), why)) << why.toStdString();
-        const auto* s = reinterpret_cast<const qint16*>(bytes.data());
-        for (int f = 0; f < count * CdDisc::kFramesPerSector; ++f) {
-            const qint64 expected = qint64(start) * CdDisc::kFramesPerSector + f;
-            ASSERT_EQ(
-                cdimage::frameOf(qFromLittleEndian(s[2 * f]), qFromLittleEndian(s[2 * f + 1])),
-                expected)
-                << "frame " << f << " of a read from sector " << start;
-        }
-    }
-    std::vector<char> one(CdDisc::kSectorBytes);
+    const int count = 7;
+    const qint32 start = c.tracks[1].start + c.tracks[1].sectors - count;
+    std::vector<char> bytes(size_t(count) * CdDisc::kSectorBytes);
     QString why;
-    EXPECT_FALSE(disc.readAudio(4500, 1, one.data(), why)) << "past the last sector";
+    ASSERT_TRUE(disc.readAudio(start, count, bytes.data(), why)) << why.toStdString();
+    const auto* s = reinterpret_cast<const qint16*>(bytes.data());
+    for (int f = 0; f < count * CdDisc::kFramesPerSector; ++f)
+        ASSERT_EQ(cdimage::frameOf(qFromLittleEndian(s[2 * f]), qFromLittleEndian(s[2 * f + 1])),
+                  qint64(start) * CdDisc::kFramesPerSector + f)
+            << "frame " << f;
+    EXPECT_FALSE(disc.readAudio(c.leadout - 1, 2, bytes.data(), why)) << "past the last sector";
     EXPECT_FALSE(why.isEmpty());
     disc.close();
-    EXPECT_FALSE(disc.readAudio(0, 1, one.data(), why));
+    EXPECT_FALSE(disc.readAudio(0, 1, bytes.data(), why));
 }
 
 TEST_F(CdDiscTest, BrokenImagesAreRefusedOrReadAsFarAsTheyGoWithoutEndingTheProgram) {

@@ -1,4 +1,5 @@
-// Discs coming and going in image drives, as the notifier tells them.
+// Discs coming and going in image drives, as the notifier tells them at each look; that it
+// looks by itself the disc journeys find, as they put discs in and take them out.
 #include "CdImage.h"
 
 #include "platform/CdNotifier.h"
@@ -41,13 +42,6 @@ TEST(CdNotifier, TellsArrivalsAndRemovalsOfEachDriveAndNothingElse) {
     notifier.poll();
     EXPECT_EQ(removed.count(), 1);
     EXPECT_EQ(arrived.count(), 1);
-    arrived.clear();
-
-    // Left to itself it looks twice a second.
-    ASSERT_TRUE(cdimage::insert(d, {{{40.0}}}));
-    EXPECT_TRUE(arrived.wait(3000));
-    ASSERT_FALSE(arrived.isEmpty());
-    EXPECT_EQ(arrived.first().at(0).toString(), QStringLiteral("D"));
 
     notifier.stop();
     if (previous.isNull())

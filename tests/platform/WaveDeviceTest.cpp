@@ -5,11 +5,11 @@
 #include "platform/MMControl.h"
 #include "transport/sendmcicommand.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolButton>
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
@@ -29,19 +29,14 @@ protected:
     QString path(const QString& name) const { return dir.filePath(name); }
     WaveDevice* device() const { return static_cast<WaveDevice*>(control.device()); }
     void open(const QString& file) {
-        control.setWait(true);
         control.setCommand(QStringLiteral("Close"));
         control.setFileName(file);
-        control.setWait(false);
         control.setCommand(QStringLiteral("open"));
     }
-    void playWithNotify(std::optional<qint32> from = {}, std::optional<qint32> to = {}) {
-        if (from)
-            control.setFrom(*from);
-        if (to)
-            control.setTo(*to);
+    void playWithNotify(qint32 from, qint32 to) {
+        control.setFrom(from);
+        control.setTo(to);
         control.setNotify(true);
-        control.setWait(false);
         control.setCommand(QStringLiteral("Play"));
     }
 
@@ -59,10 +54,7 @@ protected:
                     control.setCommand(QStringLiteral("Stop"));
             });
         playWithNotify(from, to);
-        QElapsedTimer t;
-        t.start();
-        while (ends < passes && t.elapsed() < 5000)
-            QTest::qWait(5);
+        QTest::qWaitFor([&] { return ends >= passes; }, 5000);
         QObject::disconnect(answer);
         return ends;
     }
@@ -127,7 +119,8 @@ TEST_F(WaveDeviceTest, APlayEndsNaturallyOnToAndAStopEndsItOtherwise) {
 
     QSignalSpy done(&control, &MMControl::Done);
     std::vector<qint32> positions;
-    QObject::connect(&control, &MMControl::Done,
+    const QObject listening; // goes before positions, and takes the connection with it
+    QObject::connect(&control, &MMControl::Done, &listening,
                      [&](int) { positions.push_back(control.Position()); });
     playWithNotify(1001, 2503);
     EXPECT_EQ(control.Mode(), MMControl::ModePlaying);
@@ -139,10 +132,13 @@ TEST_F(WaveDeviceTest, APlayEndsNaturallyOnToAndAStopEndsItOtherwise) {
     const qint64 played = device()->audio()->framesPlayed();
     EXPECT_EQ(played, qint64(2503) * 44100 / 1000 - qint64(1001) * 44100 / 1000)
         << "From and To are exact frames";
+    control.setCommand(QStringLiteral("Play"));
+    EXPECT_GE(control.Position(), 2503) << "From and To were for the one play only";
 
-    // A stop gives another code, keeps the position, and nothing starts again.
+    // A stop gives another code (and no second one of its own: Notify was for the play),
+    // keeps the position, and nothing starts again.
     playWithNotify(0, 4000);
-    QTest::qWait(40);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return control.Position() > 0; }, 3000));
     control.setCommand(QStringLiteral("Stop"));
     ASSERT_EQ(done.size(), 1);
     EXPECT_EQ(done.takeFirst().at(0).toInt(), MMControl::NotifyAborted);
@@ -168,19 +164,16 @@ TEST_F(WaveDeviceTest, PauseAndResumeKeepThePositionAndBadPlaysAreRefused) {
     open(path("b.wav"));
     ASSERT_EQ(control.Error(), 0);
     control.setCommand(QStringLiteral("Play"));
-    QTest::qWait(60);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return control.Position() > 200; }, 3000));
     control.setCommand(QStringLiteral("pause"));
     EXPECT_EQ(control.Mode(), MMControl::ModePaused);
     const qint32 paused = control.Position();
-    EXPECT_GT(paused, 200);
     QTest::qWait(100);
     EXPECT_EQ(control.Position(), paused);
 
     control.setCommand(QStringLiteral("Play"));
-    EXPECT_GE(control.Position(), paused);
-    QTest::qWait(60);
-    const qint32 later = control.Position();
-    EXPECT_GT(later, paused + 200) << "play goes on from where it paused";
+    EXPECT_GE(control.Position(), paused) << "play goes on from where it paused";
+    EXPECT_LT(control.Position(), paused + 100);
     control.setCommand(QStringLiteral("Stop"));
 
     // From beyond the end: the caller reads the device's error, and nothing plays.
@@ -199,7 +192,8 @@ TEST_F(WaveDeviceTest, PauseAndResumeKeepThePositionAndBadPlaysAreRefused) {
     control.setFrom(2000);
     control.setTo(9000);
     control.setCommand(QStringLiteral("Play"));
-    QTest::qWait(100);
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return device()->audio()->framesPlayed() - before > 22050; }, 3000));
     const double heard = 2000.0 + (device()->audio()->framesPlayed() - before) * 1000.0 / 22050;
     EXPECT_NEAR(control.Position(), heard, 120.0);
 }
@@ -268,18 +262,6 @@ TEST_F(WaveDeviceTest, ARepeatedPlayJoinsWithoutASilentFrameAndBlendsOnlyThePass
 }
 
 namespace {
-struct JoinCase {
-    const char* name;
-    std::function<bool(const QString&)> make; // a mono 44.1 kHz file of three seconds
-    qint32 fromMs, toMs; // cut far from zero crossings, so that a plain join jumps
-};
-
-void PrintTo(const JoinCase& c, std::ostream* os) {
-    *os << c.name;
-}
-
-class LoopJoins : public WaveDeviceTest, public ::testing::WithParamInterface<JoinCase> {};
-
 float steepestStep(const float* begin, const float* end) {
     float steepest = 0;
     for (const float* v = begin; v + 1 < end; ++v)
@@ -288,74 +270,56 @@ float steepestStep(const float* begin, const float* end) {
 }
 } // namespace
 
-TEST_P(LoopJoins, AreNoSteeperThanTheLoopItselfAndEveryPassKeepsItsLength) {
-    const JoinCase& c = GetParam();
+TEST_F(WaveDeviceTest, LoopJoinsAreNoSteeperThanTheLoopItselfAndEveryPassKeepsItsLength) {
     qputenv("CANTAVOX_NULL_RATE", "4");
-    ASSERT_TRUE(c.make(path("loop.wav")));
-    SF_INFO info;
-    const std::vector<float> source = readAll(path("loop.wav"), info);
-    ASSERT_EQ(info.channels, 1);
-    open(path("loop.wav"));
-    ASSERT_EQ(control.Error(), 0);
-    control.setRepeatAhead(true);
-    Loopback heard(path("heard.wav"), 32);
-    ASSERT_TRUE(heard.started());
-    constexpr int kPasses = 4;
-    ASSERT_EQ(playLoop(c.fromMs, c.toMs, kPasses), kPasses);
-    QTest::qWait(60);
-    const std::vector<float> got = heard.stop();
-    EXPECT_EQ(device()->audio()->joinSilentFrames(), 0);
+    // Mono 44.1 kHz files of three seconds, cut far from zero crossings so that a plain join
+    // jumps: a held tone, and clicks whose onsets are the steepest a loop holds.
+    struct Case {
+        bool clicks;
+        qint32 fromMs, toMs;
+    };
+    for (const Case c : {Case{false, 1003, 1523}, Case{true, 1120, 1752}}) {
+        SCOPED_TRACE(c.clicks ? "click track" : "held sine");
+        const QString file = path(c.clicks ? "clicks.wav" : "sine.wav");
+        ASSERT_TRUE(c.clicks ? wavgen::writeClickTrack(file, 3.0, 0.25, {44100, 1})
+                             : wavgen::writeSine(file, 3.0, 440.0, {44100, 1}));
+        SF_INFO info;
+        const std::vector<float> source = readAll(file, info);
+        open(file);
+        ASSERT_EQ(control.Error(), 0);
+        control.setRepeatAhead(true);
+        Loopback heard(path("heard.wav"), 32);
+        ASSERT_TRUE(heard.started());
+        constexpr int kPasses = 4;
+        ASSERT_EQ(playLoop(c.fromMs, c.toMs, kPasses), kPasses);
+        QTest::qWait(60);
+        const std::vector<float> got = heard.stop();
+        EXPECT_EQ(device()->audio()->joinSilentFrames(), 0);
 
-    const qint64 from = qint64(c.fromMs) * 44100 / 1000;
-    const qint64 to = qint64(c.toMs) * 44100 / 1000;
-    const qint64 pass = to - from;
-    const int blend = WaveDevice::joinBlendFrames(44100, pass);
-    const float within = steepestStep(source.data() + from, source.data() + to);
-    ASSERT_GT(within, 0.0f);
-    // The play starts out of silence on a frame far from zero.
-    const auto first = std::find_if(got.begin(), got.end(), [](float v) { return v != 0.0f; });
-    ASSERT_NE(first, got.end());
-    const size_t start = size_t(first - got.begin());
-    ASSERT_GE(got.size(), start + size_t(kPasses * pass + 4 * blend));
-
-    for (int p = 0; p < kPasses; ++p) {
-        // Each pass is the loop to the frame but for the blend at its end: none added or lost.
-        const size_t begin = start + size_t(p * pass);
-        for (qint64 f = 0; f < pass - blend; ++f)
-            ASSERT_NEAR(got[begin + size_t(f)], source[size_t(from + f)], 1e-6)
-                << "pass " << p << ", frame " << f << " of the loop";
-    }
-    for (int join = 1; join < kPasses; ++join) {
-        const float* at = got.data() + start + size_t(join * pass);
-        const float step = steepestStep(at - 4 * blend, at + 4 * blend);
-        EXPECT_LE(step, within + 1e-6f) << "join " << join << ": its steepest step is "
-                                        << step / within << " times the loop's own";
+        const qint64 from = qint64(c.fromMs) * 44100 / 1000;
+        const qint64 pass = qint64(c.toMs) * 44100 / 1000 - from;
+        const int blend = WaveDevice::joinBlendFrames(44100, pass);
+        const float within = steepestStep(source.data() + from, source.data() + from + pass);
+        ASSERT_GT(within, 0.0f);
+        // The play starts out of silence on a frame far from zero.
+        const auto first = std::find_if(got.begin(), got.end(), [](float v) { return v != 0; });
+        const size_t start = size_t(first - got.begin());
+        ASSERT_GE(got.size(), start + size_t(kPasses * pass + 4 * blend));
+        for (int p = 0; p < kPasses; ++p) {
+            // Each pass is the loop to the frame but for the blend at its end.
+            const size_t begin = start + size_t(p * pass);
+            for (qint64 f = 0; f < pass - blend; ++f)
+                ASSERT_NEAR(got[begin + size_t(f)], source[size_t(from + f)], 1e-6)
+                    << "pass " << p << ", frame " << f << " of the loop";
+        }
+        for (int join = 1; join < kPasses; ++join) {
+            const float* at = got.data() + start + size_t(join * pass);
+            const float step = steepestStep(at - 4 * blend, at + 4 * blend);
+            EXPECT_LE(step, within + 1e-6f) << "join " << join << ": its steepest step is "
+                                            << step / within << " times the loop's own";
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Signals, LoopJoins,
-    ::testing::Values(JoinCase{"held sine",
-                               [](const QString& p) {
-                                   return wavgen::writeSine(p, 3.0, 440.0, {44100, 1});
-                               },
-                               1003, 1523},
-                      JoinCase{
-                          "chord",
-                          [](const QString& p) {
-                              return wavgen::writeChord(p, 3.0, 220.0, 277.18, 329.63, {44100, 1});
-                          },
-                          1013, 1571},
-                      JoinCase{"click track",
-                               [](const QString& p) {
-                                   return wavgen::writeClickTrack(p, 3.0, 0.25, {44100, 1});
-                               },
-                               1120, 1752}),
-    [](const ::testing::TestParamInfo<JoinCase>& info) {
-        QString name = QString::fromLatin1(info.param.name);
-        name.replace(QLatin1Char(' '), QLatin1Char('_'));
-        return name.toStdString();
-    });
 
 TEST_F(WaveDeviceTest, AnUnansweredRepeatIsCutAndAStopEndsItToo) {
     ASSERT_TRUE(wavgen::writeSine(path("c.wav"), 2.0));
@@ -381,9 +345,8 @@ TEST_F(WaveDeviceTest, AnUnansweredRepeatIsCutAndAStopEndsItToo) {
     EXPECT_EQ(device()->audio()->framesPlayed(), stopped);
 }
 
-// A musician starts and stops hundreds of times an hour. Every command is a new generation
-// of play; the ends of a loop's passes must still be reported after a session's worth of them
-// (they once carried the generation in 8 bits, and loops stopped after 256 commands).
+// An armed play once took the stretch just ended for a repeat already sounding, and stayed
+// silent.
 TEST_F(WaveDeviceTest, AStretchThatEndedUnarmedPlaysAgainWhenALoopIsArmedOnIt) {
     ASSERT_TRUE(wavgen::writeSine(path("air.wav"), 3.0));
     open(path("air.wav"));
@@ -400,6 +363,9 @@ TEST_F(WaveDeviceTest, AStretchThatEndedUnarmedPlaysAgainWhenALoopIsArmedOnIt) {
         << "the armed play was silent";
 }
 
+// A musician starts and stops hundreds of times an hour. Every command is a new generation
+// of play; the ends of a loop's passes must still be reported after a session's worth of them
+// (they once carried the generation in 8 bits, and loops stopped after 256 commands).
 TEST_F(WaveDeviceTest, ALoopStillRepeatsAfterThousandsOfPlaysAndStops) {
     ASSERT_TRUE(wavgen::writeSine(path("long.wav"), 10.0));
     open(path("long.wav"));
@@ -412,23 +378,31 @@ TEST_F(WaveDeviceTest, ALoopStillRepeatsAfterThousandsOfPlaysAndStops) {
     EXPECT_EQ(device()->audio()->joinSilentFrames(), 0);
 }
 
-TEST_F(WaveDeviceTest, StatusUpdatesFollowTheIntervalAndStopAtZero) {
-    ASSERT_TRUE(wavgen::writeSine(path("d.wav"), 30.0));
-    open(path("d.wav"));
-    QSignalSpy status(&control, &MMControl::StatusUpdate);
-    control.setCommand(QStringLiteral("Play"));
-    QElapsedTimer clock;
-    clock.start();
-    control.setUpdateInterval(50);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return status.size() >= 6; }, 5000));
-    // Never more often than the interval asks, however slow or fast the machine.
-    EXPECT_LE(status.size(), clock.elapsed() / 50 + 1);
-    control.setUpdateInterval(0);
-    status.clear();
-    QTest::qWait(200);
-    EXPECT_EQ(status.size(), 0);
+TEST_F(WaveDeviceTest, TheStripsButtonsFollowThePlayUnlessTheProgramTakesThem) {
+    QToolButton* play = control.button(2);
+    QToolButton* stop = control.button(6);
+    EXPECT_FALSE(play->isEnabled()) << "nothing to play while not open";
+    ASSERT_TRUE(wavgen::writeSine(path("e.wav"), 10.0));
+    open(path("e.wav"));
+    EXPECT_TRUE(play->isEnabled());
+    EXPECT_FALSE(stop->isEnabled());
+    // A click event that cancels keeps the strip from its own action.
+    bool cancel = true;
+    QObject::connect(&control, &MMControl::PlayClick, [&](bool& c) { c = cancel; });
+    play->click();
+    EXPECT_EQ(control.Mode(), MMControl::ModeStopped);
+    cancel = false;
+    play->click();
+    EXPECT_EQ(control.Mode(), MMControl::ModePlaying);
+    EXPECT_FALSE(play->isEnabled());
+    EXPECT_TRUE(stop->isEnabled());
+
+    control.setAutoEnable(false); // an armed loop: the program handles the buttons
+    control.setCommand(QStringLiteral("Stop"));
+    EXPECT_TRUE(stop->isEnabled());
 }
 
+// The program sets the format by the device's id; a format no device records is refused.
 TEST_F(WaveDeviceTest, ARecordingIsSavedInTheChosenFormatAndAClosedOneIsDiscarded) {
     ASSERT_TRUE(wavgen::writeSine(path("source.wav"), 3.0, 440.0, {44100, 2}));
     MMControl player;
@@ -439,15 +413,14 @@ TEST_F(WaveDeviceTest, ARecordingIsSavedInTheChosenFormatAndAClosedOneIsDiscarde
     struct Case {
         int bits, channels, rate, subtype;
     };
-    for (const Case c : {Case{8, 1, 22050, SF_FORMAT_PCM_U8}, Case{24, 2, 48000, SF_FORMAT_PCM_24},
-                         Case{16, 1, 11025, SF_FORMAT_PCM_16}}) {
+    for (const Case c :
+         {Case{8, 1, 22050, SF_FORMAT_PCM_U8}, Case{24, 2, 48000, SF_FORMAT_PCM_24}}) {
         SCOPED_TRACE(c.bits);
         const QString target = path(QStringLiteral("take %1.wav").arg(c.bits));
         open(target);
         ASSERT_EQ(control.Error(), 0);
         EXPECT_EQ(control.Mode(), MMControl::ModeStopped) << "a name not there is a new recording";
-        QString why;
-        ASSERT_TRUE(device()->setRecordingFormat(c.bits, c.channels, c.rate, why));
+        ASSERT_TRUE(SetRecordingParameters(control.DeviceID(), c.bits, c.channels, c.rate));
         QSignalSpy done(&control, &MMControl::Done);
         control.setNotify(true);
         control.setCommand(QStringLiteral("Record"));
@@ -455,20 +428,17 @@ TEST_F(WaveDeviceTest, ARecordingIsSavedInTheChosenFormatAndAClosedOneIsDiscarde
         player.setFrom(0);
         player.setTo(2000);
         player.setCommand(QStringLiteral("Play"));
-        QTest::qWait(120);
-        control.setWait(true);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return control.Length() > 500; }, 3000));
         control.setCommand(QStringLiteral("Stop"));
         ASSERT_EQ(done.size(), 1);
         EXPECT_EQ(done.first().at(0).toInt(), MMControl::NotifyAborted);
-        EXPECT_GT(control.Length(), 500);
         control.setCommand(QStringLiteral("Save"));
         ASSERT_EQ(control.Error(), 0) << control.ErrorMessage().toStdString();
         control.setCommand(QStringLiteral("Close"));
 
         SF_INFO info;
         const std::vector<float> got = readAll(target, info);
-        EXPECT_EQ(info.format & SF_FORMAT_SUBMASK, c.subtype);
-        EXPECT_EQ(info.format & SF_FORMAT_TYPEMASK, SF_FORMAT_WAV);
+        EXPECT_EQ(info.format, SF_FORMAT_WAV | c.subtype);
         EXPECT_EQ(info.channels, c.channels);
         EXPECT_EQ(info.samplerate, c.rate);
         const float peak = got.empty() ? 0 : *std::max_element(got.begin(), got.end());
@@ -476,118 +446,67 @@ TEST_F(WaveDeviceTest, ARecordingIsSavedInTheChosenFormatAndAClosedOneIsDiscarde
         player.setCommand(QStringLiteral("Stop"));
     }
 
-    QString why;
-    EXPECT_FALSE(device()->setRecordingFormat(12, 1, 22050, why));
-    EXPECT_FALSE(why.isEmpty());
-    EXPECT_FALSE(device()->setRecordingFormat(16, 3, 22050, why));
-    EXPECT_FALSE(device()->setRecordingFormat(16, 1, 4000, why));
-
-    // Closed without a save, a recording leaves nothing behind.
     open(path("discarded.wav"));
+    const qint16 id = control.DeviceID();
+    EXPECT_FALSE(SetRecordingParameters(id, 12, 1, 22050));
+    EXPECT_FALSE(SetRecordingParameters(id, 16, 3, 22050));
+    EXPECT_FALSE(SetRecordingParameters(id, 16, 1, 4000));
+    EXPECT_FALSE(SetRecordingParameters(qint16(id + 1000), 16, 1, 22050)) << "no such device";
+    // Closed without a save, a recording leaves nothing behind.
     control.setCommand(QStringLiteral("Record"));
-    QTest::qWait(30);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return control.Length() > 0; }, 3000));
     control.setCommand(QStringLiteral("Close"));
     EXPECT_FALSE(QFile::exists(path("discarded.wav")));
 }
 
-namespace {
-struct BadCase {
-    const char* name;
-    std::function<bool(const QString&)> make;
-    qint32 lengthMs; // what a good open reports; -1: the device refuses the file
-};
-
-void PrintTo(const BadCase& c, std::ostream* os) {
-    *os << c.name;
-}
-
-class OddFiles : public WaveDeviceTest, public ::testing::WithParamInterface<BadCase> {};
-
-wavgen::Format fmt(int rate, int channels, int subtype, bool extensible = false) {
-    return {rate, channels, subtype, extensible};
-}
-} // namespace
-
-TEST_P(OddFiles, OpenAndPlayOrSayWhyAndLeaveNothingOpen) {
-    const BadCase& c = GetParam();
+// Files as they come from elsewhere, under a name no shell would like: each opens and plays
+// to its end at its own length, or is refused in words that name it and leaves nothing open.
+TEST_F(WaveDeviceTest, OddFilesOpenAndPlayOrSayWhyAndLeaveNothingOpen) {
+    const auto bytes = [](const QByteArray& b) {
+        return [b](const QString& p) { return wavgen::writeBytes(p, b); };
+    };
+    const auto sine = [](double seconds, wavgen::Format f) {
+        return [=](const QString& p) { return wavgen::writeSine(p, seconds, 440, f); };
+    };
+    struct Case {
+        const char* name;
+        std::function<bool(const QString&)> make;
+        qint32 lengthMs; // -1: the device refuses the file
+    };
+    const Case cases[] = {
+        {"text named wav", bytes("just some words\n"), -1},
+        {"empty file", bytes({}), -1},
+        {"header only, data size 0", bytes(wavgen::pcm16Bytes(0, 2, 44100)), -1},
+        {"data claims more than the file holds",
+         bytes(wavgen::pcm16Bytes(22050, 2, 44100, -1, 44100 * 4 * 10)), 500},
+        {"data size 0xFFFFFFFF", bytes(wavgen::pcm16Bytes(44100, 1, 44100, 0xFFFFFFFF, 0xFFFFFFFF)),
+         1000},
+        {"8-bit", sine(0.5, {22050, 1, SF_FORMAT_PCM_U8}), 500},
+        {"mono 8 kHz", sine(1.25, {8000, 1, SF_FORMAT_PCM_16}), 1250},
+        {"96 kHz stereo", sine(0.75, {96000, 2, SF_FORMAT_PCM_16}), 750},
+    };
     const QString file = path(QStringLiteral("odd 'name' – ünïcode.wav"));
-    ASSERT_TRUE(c.make(file));
-    open(file);
-    if (c.lengthMs < 0) {
-        EXPECT_GT(control.Error(), 0);
-        EXPECT_FALSE(control.ErrorMessage().isEmpty());
-        EXPECT_TRUE(control.ErrorMessage().contains(u"odd 'name' – ünïcode.wav"))
-            << control.ErrorMessage().toStdString();
-        EXPECT_EQ(control.Mode(), MMControl::ModeNotOpen);
-        EXPECT_EQ(control.Length(), 0);
-        return;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        ASSERT_TRUE(c.make(file));
+        open(file);
+        if (c.lengthMs < 0) {
+            EXPECT_GT(control.Error(), 0);
+            EXPECT_TRUE(control.ErrorMessage().contains(u"odd 'name' – ünïcode.wav"))
+                << control.ErrorMessage().toStdString();
+            EXPECT_EQ(control.Mode(), MMControl::ModeNotOpen);
+            EXPECT_EQ(control.Length(), 0);
+            continue;
+        }
+        ASSERT_EQ(control.Error(), 0) << control.ErrorMessage().toStdString();
+        EXPECT_EQ(control.Length(), c.lengthMs);
+        QSignalSpy done(&control, &MMControl::Done);
+        playWithNotify(0, control.Length());
+        ASSERT_TRUE(done.wait(5000));
+        EXPECT_EQ(done.first().at(0).toInt(), MMControl::NotifySuccessful);
+        EXPECT_EQ(control.Position(), c.lengthMs);
     }
-    ASSERT_EQ(control.Error(), 0) << control.ErrorMessage().toStdString();
-    EXPECT_EQ(control.Length(), c.lengthMs);
-    QSignalSpy done(&control, &MMControl::Done);
-    playWithNotify(0, control.Length());
-    ASSERT_TRUE(done.wait(5000));
-    EXPECT_EQ(done.first().at(0).toInt(), MMControl::NotifySuccessful);
-    EXPECT_EQ(control.Position(), c.lengthMs);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, OddFiles,
-    ::testing::Values(
-        BadCase{"text named wav",
-                [](const QString& p) { return wavgen::writeBytes(p, "just some words\n"); }, -1},
-        BadCase{"empty file", [](const QString& p) { return wavgen::writeBytes(p, {}); }, -1},
-        BadCase{
-            "header only, data size 0",
-            [](const QString& p) { return wavgen::writeBytes(p, wavgen::pcm16Bytes(0, 2, 44100)); },
-            -1},
-        BadCase{"truncated: data claims more than the file holds",
-                [](const QString& p) {
-                    return wavgen::writeBytes(
-                        p, wavgen::pcm16Bytes(22050, 2, 44100, -1, 44100 * 4 * 10));
-                },
-                500},
-        BadCase{"data size 0xFFFFFFFF",
-                [](const QString& p) {
-                    return wavgen::writeBytes(
-                        p, wavgen::pcm16Bytes(44100, 1, 44100, 0xFFFFFFFF, 0xFFFFFFFF));
-                },
-                1000},
-        BadCase{"8-bit",
-                [](const QString& p) {
-                    return wavgen::writeSine(p, 0.5, 440, fmt(22050, 1, SF_FORMAT_PCM_U8));
-                },
-                500},
-        BadCase{"24-bit",
-                [](const QString& p) {
-                    return wavgen::writeSine(p, 0.5, 440, fmt(48000, 2, SF_FORMAT_PCM_24));
-                },
-                500},
-        BadCase{"32-bit",
-                [](const QString& p) {
-                    return wavgen::writeSine(p, 0.5, 440, fmt(44100, 2, SF_FORMAT_PCM_32));
-                },
-                500},
-        BadCase{"float",
-                [](const QString& p) {
-                    return wavgen::writeSine(p, 0.5, 440, fmt(44100, 2, SF_FORMAT_FLOAT));
-                },
-                500},
-        BadCase{"mono 8 kHz",
-                [](const QString& p) {
-                    return wavgen::writeSine(p, 1.25, 440, fmt(8000, 1, SF_FORMAT_PCM_16));
-                },
-                1250},
-        BadCase{"96 kHz stereo",
-                [](const QString& p) {
-                    return wavgen::writeSine(p, 0.75, 440, fmt(96000, 2, SF_FORMAT_PCM_16));
-                },
-                750},
-        BadCase{"extensible",
-                [](const QString& p) {
-                    return wavgen::writeSine(p, 0.5, 440, fmt(44100, 2, SF_FORMAT_PCM_16, true));
-                },
-                500}));
 
 TEST_F(WaveDeviceTest, AFileDeletedOrReplacedWhileOpenPlaysOnAsOpened) {
     ASSERT_TRUE(wavgen::writeSine(path("gone.wav"), 1.0));
@@ -620,23 +539,4 @@ TEST_F(WaveDeviceTest, AFileDeletedOrReplacedWhileOpenPlaysOnAsOpened) {
     ASSERT_TRUE(done.wait(3000));
     EXPECT_EQ(done.takeFirst().at(0).toInt(), MMControl::NotifySuccessful);
     EXPECT_LE(device()->audio()->framesPlayed() - before, 44100 / 2);
-}
-
-TEST_F(WaveDeviceTest, RecordingParametersReachTheDeviceByItsId) {
-    open(path("new take.wav"));
-    const qint16 id = control.DeviceID();
-    ASSERT_GT(id, 0);
-    EXPECT_TRUE(SetRecordingParameters(id, 8, 2, 11025));
-    EXPECT_FALSE(SetRecordingParameters(id, 16, 1, 1000)) << "a rate no card records";
-    EXPECT_FALSE(SetRecordingParameters(qint16(id + 1000), 16, 1, 22050)) << "no such device";
-    control.setCommand(QStringLiteral("Record"));
-    QTest::qWait(20);
-    control.setCommand(QStringLiteral("Stop"));
-    control.setCommand(QStringLiteral("Save"));
-    ASSERT_EQ(control.Error(), 0) << control.ErrorMessage().toStdString();
-    SF_INFO info;
-    readAll(path("new take.wav"), info);
-    EXPECT_EQ(info.format & SF_FORMAT_SUBMASK, SF_FORMAT_PCM_U8);
-    EXPECT_EQ(info.channels, 2);
-    EXPECT_EQ(info.samplerate, 11025);
 }
