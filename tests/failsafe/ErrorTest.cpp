@@ -133,13 +133,6 @@ TEST_F(FsTest, RemoteErrorsArePickedApart) {
     EXPECT_EQ(e.source, u"<unknown> (remote)");
     EXPECT_EQ(e.procedure, u"<unknown>");
     EXPECT_EQ(e.module, u"<unknown>");
-
-    fs::trap(kMod, "Sub local", [] { raiseError(errnum::FileNotFound); });
-    e = fsCurrentError();
-    EXPECT_FALSE(e.remote);
-    EXPECT_EQ(e.source, u"Cantavox (local)");
-    EXPECT_EQ(e.module, u"test module");
-    EXPECT_EQ(e.procedure, u"Sub local");
 }
 
 TEST_F(FsTest, ReportBlockInTheLogFileWithTheCallTree) {
@@ -185,6 +178,8 @@ TEST_F(FsTest, ReportBlockInTheLogFileWithTheCallTree) {
     EXPECT_TRUE(fsSystemReportMade());
 }
 
+// The report takes a moment to make: only a log that takes it, a look at its tab, or the
+// setting that forces it makes it.
 TEST_F(FsTest, SystemReportOnlyWhenNeeded) {
     fs::trap(kMod, "Sub outer", [] { outer(); });
     EXPECT_FALSE(fsSystemReportMade());
@@ -192,11 +187,8 @@ TEST_F(FsTest, SystemReportOnlyWhenNeeded) {
     writeIni(QStringLiteral("[preferences]\nForce System Info=1\n"));
     fs::trap(kMod, "Sub outer", [] { outer(); });
     EXPECT_TRUE(fsSystemReportMade());
-    const QString report = fsSystemReport();
-    EXPECT_TRUE(report.contains(QStringLiteral("\n   Path................") + home.path()));
-    EXPECT_TRUE(report.contains(u"\n   Number of CPUs......"));
-    EXPECT_TRUE(report.contains(QStringLiteral("\n   Qt Version..........") +
-                                QLatin1StringView(qVersion())));
+    EXPECT_TRUE(
+        fsSystemReport().contains(QStringLiteral("\n   Path................") + home.path()));
 }
 
 TEST_F(FsTest, FailureInsideTheTrapGoesToTheInternalHandler) {
