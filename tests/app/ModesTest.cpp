@@ -48,6 +48,8 @@ protected:
 };
 } // namespace
 
+// The way in and out by the window is the transform journey's; here what each mode shows,
+// which strip it drives, and the speed it starts at.
 TEST_F(Modes, CdAndSlowPlayFollowTheTableAndSlowPlayKeepsTheWayBack) {
     // After start the empty drive has hidden the disc's panels; a change into "CD" applies
     // the table of the mode itself.
@@ -68,12 +70,9 @@ TEST_F(Modes, CdAndSlowPlayFollowTheTableAndSlowPlayKeepsTheWayBack) {
         m->changeToMode(QString::fromLatin1(mode));
         EXPECT_TRUE(gvInSlowPlay) << mode;
         EXPECT_TRUE(m->transport().cdView) << "cdView keeps its value across SlowPlay";
-        EXPECT_EQ(m->currentMode(), u"SlowPlay");
         EXPECT_EQ(m->transport().currentMMControl, u->WaveControl);
         EXPECT_TRUE(u->WaveControl->isHidden());
-        EXPECT_EQ(u->slSlowPct_0->value(), after);
         EXPECT_EQ(u->txtSlowPct_0->text(), QString::number(after));
-        EXPECT_EQ(u->txtCurrentPosition->text(), u"00:00");
         EXPECT_EQ(u->WaveControl->UpdateInterval(), 500);
         EXPECT_EQ(u->CDControl->UpdateInterval(), 0);
         expectTable(true);
@@ -81,7 +80,6 @@ TEST_F(Modes, CdAndSlowPlayFollowTheTableAndSlowPlayKeepsTheWayBack) {
         m->cmdPrevView_Click();
         EXPECT_FALSE(gvInSlowPlay);
         EXPECT_EQ(m->transport().currentMMControl, u->CDControl);
-        EXPECT_EQ(u->lblMMCtrl->text(), u"CD");
         expectTable(false);
     }
 }
@@ -110,18 +108,7 @@ TEST_F(Modes, EveryChangeDisarmsTheLoopAndRecording) {
     EXPECT_FALSE(playState->isArmed());
 }
 
-TEST_F(Modes, ArmingALoopTurnsAutomaticButtonsOffAndKeepsStopOnView) {
-    u->CDControl->setStopVisible(false);
-    playState->setState(true);
-    EXPECT_FALSE(u->CDControl->AutoEnable());
-    EXPECT_FALSE(u->WaveControl->AutoEnable());
-    EXPECT_TRUE(u->CDControl->StopVisible());
-    playState->setState(false);
-    EXPECT_TRUE(u->CDControl->AutoEnable());
-    EXPECT_TRUE(u->WaveControl->AutoEnable());
-    EXPECT_EQ(playState->state().toBool(), false);
-}
-
+// An armed loop takes the strips' buttons from their automatic state and keeps Stop on view.
 TEST_F(Modes, PlayKeyArmsTheLoopOnlyInSlowPlayAndASecondPressStopsIt) {
     m->togglePlayState();
     EXPECT_FALSE(playState->isArmed());
@@ -129,13 +116,19 @@ TEST_F(Modes, PlayKeyArmsTheLoopOnlyInSlowPlayAndASecondPressStopsIt) {
 
     m->changeToMode(QStringLiteral("SlowPlay"));
     gvPlayRequested = false;
+    u->CDControl->setStopVisible(false);
     m->togglePlayState();
     EXPECT_TRUE(playState->isArmed());
     EXPECT_TRUE(gvPlayRequested);
     EXPECT_EQ(u->WaveControl->UpdateInterval(), 500);
+    EXPECT_FALSE(u->CDControl->AutoEnable());
+    EXPECT_FALSE(u->WaveControl->AutoEnable());
+    EXPECT_TRUE(u->CDControl->StopVisible());
     m->togglePlayState();
     EXPECT_FALSE(playState->isArmed());
     EXPECT_EQ(u->WaveControl->UpdateInterval(), 0);
+    EXPECT_TRUE(u->CDControl->AutoEnable());
+    EXPECT_TRUE(u->WaveControl->AutoEnable());
 }
 
 TEST_F(Modes, MinimisingSilencesTheStatusEventsAndRestoringRevivesThem) {
@@ -149,20 +142,12 @@ TEST_F(Modes, MinimisingSilencesTheStatusEventsAndRestoringRevivesThem) {
     EXPECT_EQ(u->CDControl->UpdateInterval(), 500);
 }
 
-TEST_F(Modes, SlowPlayUnloadsTheTrimWindowAndOtherModesUnloadTheGraph) {
+// Wave View, which lives in SlowPlay only, goes with it in the graph and practice journeys.
+TEST_F(Modes, SlowPlayUnloadsTheTrimWindow) {
     loadForm<frmTrim>(*m->trimHost());
     ASSERT_TRUE(isLoaded(QStringLiteral("frmTrim")));
     m->changeToMode(QStringLiteral("SlowPlay"));
     EXPECT_FALSE(isLoaded(QStringLiteral("frmTrim")));
-
-    // The graph window is not built yet: a form of its name stands in.
-    auto* graph = new QWidget();
-    graph->setObjectName(QStringLiteral("frmScrollTime"));
-    graph->setProperty("cantavoxForm", true);
-    m->auxiliaryFormAdjust();
-    EXPECT_TRUE(isLoaded(QStringLiteral("frmScrollTime"))) << "the graph lives in SlowPlay";
-    m->cmdPrevView_Click();
-    EXPECT_FALSE(isLoaded(QStringLiteral("frmScrollTime")));
     ProgramRun::settle();
 }
 
@@ -172,6 +157,4 @@ TEST_F(Modes, SaveCurrentStatusWithoutALoopRefusesSlowPlay) {
     ASSERT_EQ(Prompts::log().size(), 1);
     EXPECT_EQ(Prompts::log()[0].text, u"There are no loop points created. Please make at least "
                                       "one loop point before continuing");
-    EXPECT_EQ(m->transport().savedCdView, true);
-    EXPECT_EQ(m->transport().savedView, 1);
 }
