@@ -10,6 +10,7 @@
 #include "graph/RhythmGridWidget.h"
 #include "graph/WaveChart.h"
 
+#include <QLabel>
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QMenu>
@@ -25,7 +26,10 @@ protected:
         return qobject_cast<QMainWindow*>(drive::shownWindow(QStringLiteral("frmScrollTime")));
     }
     WaveChart* chart() const { return drive::in<WaveChart>(graph(), "Chart"); }
-    QString status() const { return graph() ? graph()->statusBar()->currentMessage() : QString(); }
+    QString status() const {
+        auto* line = graph() ? drive::in<QLabel>(graph(), "lblStatus") : nullptr;
+        return line ? line->text() : QString();
+    }
     // A number the status line gives after the words before it ("Tempo: ", "original").
     double statusNumber(const QString& before) const {
         const QRegularExpression number(QRegularExpression::escape(before) +
@@ -130,6 +134,12 @@ TEST_F(GraphJourney, ASlowedLoopIsSeenSelectedByMouseAndBeatAndMeasuredByItsGrid
     EXPECT_TRUE(playing());
     press(chart(), Qt::Key_N);
     EXPECT_NEAR(statusNumber(QStringLiteral("seconds,")), 1.0, 0.05) << status().toStdString();
+    // Space stops it, and again plays the beat from its start: the play line goes and comes.
+    press(chart(), Qt::Key_Space);
+    EXPECT_EQ(chart()->standingLines(), 0);
+    EXPECT_TRUE(drive::waitFor([this] { return !playing(); }));
+    press(chart(), Qt::Key_Space);
+    EXPECT_TRUE(drive::waitFor([this] { return playing() && chart()->standingLines() == 1; }));
 
     // Snap to Grid: two rough clicks make a selection of exactly one bar.
     graphMenu(Qt::Key_R, Qt::Key_N);
@@ -150,6 +160,11 @@ TEST_F(GraphJourney, ASlowedLoopIsSeenSelectedByMouseAndBeatAndMeasuredByItsGrid
         30000));
     EXPECT_EQ(statusNumber(QStringLiteral("seconds,")), 4.0) << status().toStdString();
     EXPECT_NEAR(statusNumber(QStringLiteral("Tempo:")), 90.0, 1.0) << status().toStdString();
+    QWidget* strip = drive::in(graph(), "MMControl1");
+    for (const char* tip : {"Play", "Stop", "Record", "Eject", "Pause"})
+        EXPECT_EQ(drive::transportButton(strip, QLatin1String(tip))->isVisible(),
+                  tip == std::string("Play") || tip == std::string("Stop"))
+            << "the graph's strip offers play and stop only: " << tip;
     EXPECT_NEAR(statusNumber(QStringLiteral("minute,")), 120.0, 1.2) << status().toStdString();
 
     // Made as narrow as a window gets and as large as a 4K screen, it goes on working, and

@@ -37,5 +37,6 @@ public:
     // A key the graph doesn't use, handled as the main window handles it; keyCode comes back
     // 0 when the main window used it up.
     virtual void keyDown(int& keyCode, int shift) = 0;
+    virtual QString status() = 0;
     virtual void setStatus(const QString& text) = 0;
 };

@@ -70,6 +70,10 @@ void MainGraphHost::keyDown(int& keyCode, int shift) {
     m_main.Form_KeyDown(keyCode, shift);
 }
 
+QString MainGraphHost::status() {
+    return m_main.panelText(QStringLiteral("pnlMsg"));
+}
+
 void MainGraphHost::setStatus(const QString& text) {
     m_main.setPanelText(QStringLiteral("pnlMsg"), text);
 }

@@ -22,6 +22,7 @@ public:
     void disarmLoop() override;
     Recordset* currentLoopRecord() override;
     void keyDown(int& keyCode, int shift) override;
+    QString status() override;
     void setStatus(const QString& text) override;
 
 private:

@@ -26,6 +26,7 @@
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QStatusBar>
 #include <QToolButton>
 #include <cmath>
@@ -72,14 +73,16 @@ frmScrollTime::frmScrollTime(GraphHost& host)
     MMControl* strip = m_ui->MMControl1;
     strip->setAutoEnable(false);
     constexpr int kPlay = 2, kStop = 6;
-    for (int i = 0; QToolButton* b = strip->button(i); ++i) {
-        b->setVisible(i == kPlay || i == kStop);
-        b->setEnabled(true);
-    }
+    for (int i = 0; strip->button(i); ++i)
+        strip->setButtonShown(i, i == kPlay || i == kStop);
     // Keys belong to the window (1-9, n, p, Space, F7): no button takes one for a click.
     for (QAbstractButton* button : findChildren<QAbstractButton*>())
         button->setFocusPolicy(Qt::NoFocus);
     m_ui->Chart->setFocusPolicy(Qt::StrongFocus);
+    // A lasting label, not a passing message: a menu's opening would wipe one.
+    m_statusLine = new QLabel(this);
+    m_statusLine->setObjectName(QStringLiteral("lblStatus"));
+    statusBar()->addWidget(m_statusLine, 1);
     connect(strip, &MMControl::PlayClick, this, [this](bool& Cancel) {
         fs::trap(kModule, "Sub MMControl1_PlayClick", [&] { MMControl1_PlayClick(Cancel); });
     });
@@ -371,7 +374,9 @@ void frmScrollTime::keyPressEvent(QKeyEvent* event) {
         shift |= 2;
     if (event->modifiers() & Qt::AltModifier)
         shift |= 4;
-    if (code != 0)
+    // Space is this window's own: it plays the selection from its start or stops it, and the
+    // main window's play toggle would resume wherever the sound stood.
+    if (code != 0 && code != 32)
         fs::trap(kModule, "Sub Form_KeyDown", [&] { Form_KeyDown(code, shift); });
     // A key the main window used up (Space) is not a character for this window too.
     if (code == 0 && vbKeyCode(event->key(), event->modifiers()) != 0)
@@ -588,16 +593,19 @@ void frmScrollTime::mnuGridMaster_Click() {
     m_ui->mnuDoubleTempo->setEnabled(placed);
     m_ui->mnuHalfTempo->setEnabled(placed);
     m_ui->mnuShiftHalfBeat->setEnabled(placed);
+    // A tempo is read off two lines of the grid on view; without them there is none to tell.
+    m_ui->mnuBPMinute->setEnabled(placed);
 }
 
 void frmScrollTime::mnuFindBeats_Click() {
     FS_PROC(kModule, "Sub mnuFindBeats_Click");
+    const QString said = m_host.status();
     m_host.setStatus(QStringLiteral("Finding the beat. Please wait..."));
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
     const BeatFinder::Result found = BeatFinder::findInFile(appDir() + QStringLiteral("/temp.wav"));
     QGuiApplication::restoreOverrideCursor();
+    m_host.setStatus(said);
     if (!found.ok) {
-        m_host.setStatus(QString());
         Prompts::msgBox(found.why);
         return;
     }
@@ -705,7 +713,7 @@ void frmScrollTime::showSelection() {
                         .arg(graphunits::originalTempo(t, m_host.slowDownPercent()));
         });
     }
-    statusBar()->showMessage(text + u'.');
+    m_statusLine->setText(text + u'.');
 }
 
 // ---------------------------------------------------------------------------------------

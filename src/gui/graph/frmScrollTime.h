@@ -7,6 +7,7 @@
 #include <memory>
 
 class GraphHost;
+class QLabel;
 class RhythmGridWidget;
 class WaveChart;
 
@@ -120,4 +121,5 @@ private:
     qint32 m_gridBeatWidthMs = 0;
     qint32 m_plotPointCount = 0;
     bool m_unloaded = false;
+    QLabel* m_statusLine = nullptr;
 };

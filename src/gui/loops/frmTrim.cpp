@@ -46,9 +46,8 @@ frmTrim::frmTrim(TrimHost& host)
     strip->setAutoEnable(false);
     // Buttons in the strip's order: Prev, Next, Play, Pause, Back, Step, Stop, Record, Eject.
     constexpr int kPlay = 2, kStop = 6;
-    for (int i = 0; QToolButton* b = strip->button(i); ++i)
-        if (i != kPlay && i != kStop)
-            b->hide();
+    for (int i = 0; strip->button(i); ++i)
+        strip->setButtonShown(i, i == kPlay || i == kStop);
     // Keys here are the main window's (Space, F6 ...): no button may take one for a click,
     // so only the sliders take the focus, and their arrow keys move them.
     for (QAbstractButton* button : findChildren<QAbstractButton*>())

@@ -322,9 +322,23 @@ void MMControl::refreshButtons() {
     }
     for (int i = 0; i < ButtonCount; ++i)
         m_buttons[i]->setEnabled(enabled[i]);
-    m_buttons[Stop]->setVisible(m_stopVisible);
-    m_buttons[Record]->setVisible(!cd);
-    m_buttons[Eject]->setVisible(cd);
+    for (int i = 0; i < ButtonCount; ++i) {
+        bool visible = m_shown[i];
+        if (i == Stop)
+            visible = visible && m_stopVisible;
+        else if (i == Record)
+            visible = visible && !cd;
+        else if (i == Eject)
+            visible = visible && cd;
+        m_buttons[i]->setVisible(visible);
+    }
+}
+
+void MMControl::setButtonShown(int index, bool shown) {
+    if (index < 0 || index >= ButtonCount)
+        return;
+    m_shown[index] = shown;
+    refreshButtons();
 }
 
 void MMControl::buttonClicked(int index) {

@@ -93,6 +93,8 @@ public:
     // The strip's buttons, in the order Prev, Next, Play, Pause, Back, Step, Stop, Record,
     // Eject (0 to 8).
     QToolButton* button(int index) const;
+    // Leaves a button out of the strip for good, whatever the device would show.
+    void setButtonShown(int index, bool shown);
 
 signals:
     void StatusUpdate();
@@ -140,4 +142,5 @@ private:
     bool m_repeatAhead = false;
     QTimer m_statusTimer;
     QToolButton* m_buttons[9] = {};
+    bool m_shown[9] = {true, true, true, true, true, true, true, true, true};
 };
