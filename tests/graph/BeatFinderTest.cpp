@@ -194,3 +194,17 @@ TEST(BeatFinder, FitHoldsThroughMissedBeatsAStrayOffBeatAndThreeMinutes) {
         wandering.push_back(wandering.back() + gap(rng));
     EXPECT_EQ(BeatFinder::fitBeats(wandering).why, "No steady beat was found in the loop.");
 }
+
+TEST(BeatFinder, TheBarStartsOnTheAccent) {
+    // Clicks at 120 whose every fourth, from the third on, is accented: the bar's first beat
+    // is the accented one, wherever the tracker's first beat fell.
+    std::vector<float> loop = clicks(120, 16, 0.2);
+    const std::vector<float> accents = clicks(30, 16, 0.2 + 2 * 0.5);
+    for (size_t i = 0; i < loop.size(); ++i)
+        loop[i] = std::clamp(loop[i] + 0.3f * accents[i], -1.0f, 1.0f);
+    const BeatFinder::Result r = BeatFinder::find(loop, kRate);
+    ASSERT_TRUE(r.ok) << qPrintable(r.why);
+    const double bar = r.firstBarBeat(4);
+    EXPECT_LT(offGrid(bar, 1.2, 2.0), 0.07) << "bar starts at " << bar;
+    EXPECT_LT(bar, r.firstBeat + 2.0) << "within the first bar";
+}

@@ -253,7 +253,43 @@ BeatFinder::Result BeatFinder::find(const std::vector<float>& mono, int rate) {
         }
     }
 
-    return fitBeats(toSeconds(beatHops));
+    Result r = fitBeats(toSeconds(beatHops));
+    if (r.ok) {
+        // The loudness right at each beat: the onset function is evened out across its
+        // frames, so an accent hardly shows in it.
+        const double end = double(mono.size()) / rate;
+        const auto before = size_t(0.01 * rate), after = size_t(0.06 * rate);
+        for (double t = r.firstBeat; t < end; t += r.beatPeriod) {
+            const auto at = size_t(std::lround(t * rate));
+            double energy = 0;
+            for (size_t i = at > before ? at - before : 0; i < std::min(mono.size(), at + after);
+                 ++i)
+                energy += double(mono[i]) * double(mono[i]);
+            r.accents.push_back(energy);
+        }
+    }
+    return r;
+}
+
+double BeatFinder::Result::firstBarBeat(int beatsPerMeasure) const {
+    const auto bar = size_t(std::max(1, beatsPerMeasure));
+    size_t best = 0;
+    double bestMean = -1;
+    for (size_t place = 0; place < bar && place < accents.size(); ++place) {
+        double sum = 0;
+        size_t count = 0;
+        for (size_t k = place; k < accents.size(); k += bar) {
+            sum += accents[k];
+            ++count;
+        }
+        // A clearly stronger place only: the first beat stays one where the bar can't tell.
+        const double mean = sum / double(count);
+        if (mean > bestMean * 1.05) {
+            bestMean = mean;
+            best = place;
+        }
+    }
+    return firstBeat + double(best) * beatPeriod;
 }
 
 BeatFinder::Result BeatFinder::fitBeats(const std::vector<double>& beats) {

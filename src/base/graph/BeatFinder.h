@@ -19,6 +19,11 @@ public:
         double bpm() const { return beatPeriod > 0 ? 60.0 / beatPeriod : 0; }
         // The tracked beats themselves, in seconds, for a look at how well the fit holds.
         std::vector<double> beats;
+        // How loud the sound is at each fitted beat from firstBeat on.
+        std::vector<double> accents;
+        // The first beat that begins a bar of so many beats: of the places in the bar, the
+        // one whose beats start strongest on average (the accent, the kick) is taken for one.
+        double firstBarBeat(int beatsPerMeasure) const;
         // Why no beat was found, in words for the musician ("The loop is silent...").
         QString why;
     };

@@ -3,6 +3,7 @@
 #include <QColor>
 #include <QImage>
 #include <QWidget>
+#include <algorithm>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -41,6 +42,35 @@ public:
     void setY(int point, double y);
     double x(int point) const;
     double y(int point) const;
+    // Points 1 to count at once, their values from xOf(point) and yOf(point), as setX and setY
+    // would write them: a loop of millions of points then costs its values alone.
+    template <class XOf, class YOf> void fillPoints(int count, XOf xOf, YOf yOf) {
+        const int n = std::min(count, pointCount());
+        if (n <= 0)
+            return;
+        Extent e;
+        e.first = 0;
+        e.last = n - 1;
+        for (int p = 1; p <= n; ++p) {
+            const auto i = size_t(p - 1);
+            const double xv = xOf(p);
+            if (p > 1)
+                e.sorted = e.sorted && xv >= m_x[i - 1];
+            e.minimum = p == 1 ? xv : std::min(e.minimum, xv);
+            e.maximum = p == 1 ? xv : std::max(e.maximum, xv);
+            m_x[i] = xv;
+            m_y[i] = float(yOf(p));
+            m_written[i] = kBothWritten;
+        }
+        // Points past those written keep what they had: the extent is looked at again if
+        // any of them has values.
+        bool more = false;
+        for (size_t i = size_t(n); i < m_written.size() && !more; ++i)
+            more = m_written[i] != 0;
+        m_extent = e;
+        m_extentValid = !more;
+        invalidatePicture();
+    }
 
     // The X axis, in the units of the X values. Until set, it spans the points that have
     // values. A range of no width or less is kept but draws no line and gives no pixel.

@@ -207,10 +207,8 @@ void frmScrollTime::ReadSlowdownFile() {
             Prompts::msgBox(points.error);
         c->setBatching(true);
         c->setPointCount(points.count);
-        for (int i = 1; i <= points.filled; ++i) {
-            c->setX(i, points.x(i));
-            c->setY(i, points.y(i));
-        }
+        c->fillPoints(
+            points.filled, [&](int i) { return points.x(i); }, [&](int i) { return points.y(i); });
     } catch (const AppError& e) {
         Prompts::msgBox(QStringLiteral("Error %1 occurred reading tempslow.wav into the graph\n\n%2"
                                        "\n\nPlease send email with the error description to %3. "
@@ -616,7 +614,8 @@ void frmScrollTime::mnuFindBeats_Click() {
     if (!(msPerPixel > 0))
         return;
     const double beatTwips = found.beatPeriod * 1000.0 * stretch / msPerPixel * twips();
-    const double firstTwips = pixelOfMs(found.firstBeat * 1000.0 * stretch) * twips();
+    const double firstTwips =
+        pixelOfMs(found.firstBarBeat(grid()->beatsPerMeasure()) * 1000.0 * stretch) * twips();
     RhythmGridWidget* g = grid();
     // The first line goes back by whole measures to the left of the picture, as aligning does,
     // so that the found first beat stays a measure line.
