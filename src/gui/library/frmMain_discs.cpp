@@ -76,6 +76,9 @@ bool frmMain::CDpresent() {
 void frmMain::checkCDPresent() {
     FS_PROC(kModule, "Sub checkCDPresent");
     if (CDpresent()) {
+        // The strip was taken away with the disc; it comes back with one, whatever view the
+        // disc is put back in.
+        m_ui->CDControl->setEnabled(true);
         checkCD();
         if (panelText(QStringLiteral("pnlMsg")) != u"CD-ROM (no audio tracks)") {
             setPanelVisible(QStringLiteral("pnlTrackLength"), true);
