@@ -71,10 +71,7 @@ frmScrollTime::frmScrollTime(GraphHost& host)
     // The strip offers play and stop only: they play the selection on the main window's
     // player, which holds the slowed loop.
     MMControl* strip = m_ui->MMControl1;
-    strip->setAutoEnable(false);
-    constexpr int kPlay = 2, kStop = 6;
-    for (int i = 0; strip->button(i); ++i)
-        strip->setButtonShown(i, i == kPlay || i == kStop);
+    strip->offerPlayAndStopOnly();
     // Keys belong to the window (1-9, n, p, Space, F7): no button takes one for a click.
     for (QAbstractButton* button : findChildren<QAbstractButton*>())
         button->setFocusPolicy(Qt::NoFocus);

@@ -43,11 +43,7 @@ frmTrim::frmTrim(TrimHost& host)
     setObjectName(QStringLiteral("frmTrim"));
     // The strip offers play and stop only; both act on the main window's player.
     MMControl* strip = m_ui->MMControl1;
-    strip->setAutoEnable(false);
-    // Buttons in the strip's order: Prev, Next, Play, Pause, Back, Step, Stop, Record, Eject.
-    constexpr int kPlay = 2, kStop = 6;
-    for (int i = 0; strip->button(i); ++i)
-        strip->setButtonShown(i, i == kPlay || i == kStop);
+    strip->offerPlayAndStopOnly();
     // Keys here are the main window's (Space, F6 ...): no button may take one for a click,
     // so only the sliders take the focus, and their arrow keys move them.
     for (QAbstractButton* button : findChildren<QAbstractButton*>())

@@ -334,10 +334,10 @@ void MMControl::refreshButtons() {
     }
 }
 
-void MMControl::setButtonShown(int index, bool shown) {
-    if (index < 0 || index >= ButtonCount)
-        return;
-    m_shown[index] = shown;
+void MMControl::offerPlayAndStopOnly() {
+    setAutoEnable(false);
+    for (int i = 0; i < ButtonCount; ++i)
+        m_shown[i] = i == Play || i == Stop;
     refreshButtons();
 }
 

@@ -93,8 +93,9 @@ public:
     // The strip's buttons, in the order Prev, Next, Play, Pause, Back, Step, Stop, Record,
     // Eject (0 to 8).
     QToolButton* button(int index) const;
-    // Leaves a button out of the strip for good, whatever the device would show.
-    void setButtonShown(int index, bool shown);
+    // A strip of a window beside the player: Play and Stop only, always enabled, their clicks
+    // for the window to act on.
+    void offerPlayAndStopOnly();
 
 signals:
     void StatusUpdate();
