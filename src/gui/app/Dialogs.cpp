@@ -11,6 +11,7 @@
 #include <QDialog>
 #include <QFileDialog>
 #include <QInputDialog>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
 
@@ -113,9 +114,16 @@ public:
     }
     bool showInput(const QString& prompt, const QString& caption, const QString& defaultValue,
                    QString* typed) override {
-        bool ok = false;
-        *typed = QInputDialog::getText(QApplication::activeWindow(), caption, prompt,
-                                       QLineEdit::Normal, defaultValue, &ok);
+        // A long prompt wraps, as a message box's text does, instead of making the box as
+        // wide as the screen.
+        QInputDialog dialog(QApplication::activeWindow());
+        dialog.setWindowTitle(caption);
+        dialog.setLabelText(prompt);
+        dialog.setTextValue(defaultValue);
+        for (QLabel* label : dialog.findChildren<QLabel*>())
+            label->setWordWrap(true);
+        const bool ok = dialog.exec() == QDialog::Accepted;
+        *typed = ok ? dialog.textValue() : QString();
         return ok;
     }
 };

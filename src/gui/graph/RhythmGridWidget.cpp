@@ -79,14 +79,25 @@ qint32 RhythmGridWidget::beatPosition(int n) const {
     return roundedTwips(m_firstLine + (double(n) - 1) * m_beatWidth);
 }
 
+void RhythmGridWidget::setPlotArea(const QRect& area) {
+    m_plotArea = area;
+    update();
+}
+
 void RhythmGridWidget::paintEvent(QPaintEvent*) {
     QPainter painter(this);
+    const QRect area = m_plotArea.isNull() ? rect() : m_plotArea;
+    painter.setClipRect(area);
+    const int top = area.top(), tall = area.height();
     const double perPixel = twipsPerPixel();
     const auto pixelOf = [&](double twips) {
         return int(std::floor(roundedTwips(twips) / perPixel));
     };
-    // A measure line is three pixels wide, centred on its place.
-    const auto measureLine = [&](int x) { painter.fillRect(x - 1, 0, 3, height(), m_beatColor); };
+    // A measure line is three pixels wide, centred on its place, and lets the attack under
+    // it show through.
+    QColor measureColor = m_beatColor;
+    measureColor.setAlpha(170);
+    const auto measureLine = [&](int x) { painter.fillRect(x - 1, top, 3, tall, measureColor); };
     const double width = m_beatWidth;
     const double pixelsPerBeat = width / perPixel;
     if (!(width > 0) || !std::isfinite(width) || pixelsPerBeat < kClosestPixels) {
@@ -106,7 +117,7 @@ void RhythmGridWidget::paintEvent(QPaintEvent*) {
             return;
         for (qint64 n = first - 1; n <= last; ++n)
             for (int k = 1; k < parts; ++k)
-                painter.fillRect(at(double(n) + double(k) / parts), 0, 1, height(), color);
+                painter.fillRect(at(double(n) + double(k) / parts), top, 1, tall, color);
     };
     if (m_thirds)
         between(m_thirdColor, 3);
@@ -117,6 +128,6 @@ void RhythmGridWidget::paintEvent(QPaintEvent*) {
         if (fromMeasure == 0)
             measureLine(at(double(n)));
         else
-            painter.fillRect(at(double(n)), 0, 1, height(), m_beatColor);
+            painter.fillRect(at(double(n)), top, 1, tall, m_beatColor);
     }
 }

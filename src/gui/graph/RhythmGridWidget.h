@@ -42,6 +42,10 @@ public:
     // Beat line n (1 is the first line), in twips, rounded: firstLine + (n - 1) * beatWidth.
     qint32 beatPosition(int n) const;
 
+    // Where the lines are drawn: the chart's plot, so that they stay off its frame. The
+    // whole widget until set.
+    void setPlotArea(const QRect& area);
+
 signals:
     // Raised by every set, the program's own included.
     void firstLineChanged();
@@ -56,4 +60,5 @@ private:
     double m_beatWidth = 0;
     qint32 m_firstLine = 0;
     int m_beatsPerMeasure = 4;
+    QRect m_plotArea;
 };

@@ -260,6 +260,7 @@ void frmScrollTime::Form_Resize() {
     m_ui->Label1->setGeometry(8, std::max(0, h - bottom), std::max(1, w - strip.width() - 24),
                               bottom);
     grid()->setGeometry(chart()->geometry());
+    grid()->setPlotArea(chart()->plotRect());
     grid()->raise();
     if (!m_formLoading)
         placeGridFromMs(m_gridFirstLineMs, m_gridBeatWidthMs);
