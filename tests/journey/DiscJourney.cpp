@@ -249,7 +249,7 @@ TEST_F(DiscCaptureJourney, ALoopOfADiscIsCapturedThroughTheSoundDeviceUnlessTheD
 
     // Put back: the disc plays the loop into a recording, which is then slowed down.
     ASSERT_TRUE(cdimage::insert(drive, album));
-    ASSERT_TRUE(waitForMessage("CD Found"));
+    ASSERT_TRUE(waitForMessage("CD Found")) << "pnlMsg says " << panel("pnlMsg").toStdString();
     click(widget("cmdSlowPlay"));
     ASSERT_TRUE(drive::waitFor([this] { return widget("cmdGraphic")->isEnabled(); }, 30000))
         << "the slowed loop never came; pnlMsg says " << panel("pnlMsg").toStdString();

@@ -253,12 +253,15 @@ void frmMain::CDcontrol_Done(int NotifyCode) {
     if (playState->isArmed() && NotifyCode == MMControl::NotifySuccessful && !gvRecordingLoop)
         playLoop(false);
     if (gvRecordingLoop) {
-        if (NotifyCode == MMControl::NotifyFailure)
-            m_transform.captureLost = true;
+        // The recording's own end runs within the Stop below; one the disc cut short has
+        // said by then what the drive holds, and that stands.
+        const bool lost = NotifyCode == MMControl::NotifyFailure;
+        m_transform.captureLost = lost;
         playState->setState(false);
         m_ui->WaveControl->setWait(true);
         m_ui->WaveControl->setCommand(QStringLiteral("Stop"));
-        setPanelText(QStringLiteral("pnlMsg"), QStringLiteral("Cantavox"));
+        if (!lost)
+            setPanelText(QStringLiteral("pnlMsg"), QStringLiteral("Cantavox"));
     }
 }
 
