@@ -6,6 +6,7 @@
 //   beats     - the mean and largest distance of the tracked beats from the true ones.
 // aubio's command-line tracker is the peer where it is installed: its tempo on the same sound,
 // written to a WAV file, and the ratio of ours to it.
+#include "Rhythms.h"
 #include "graph/BeatFinder.h"
 
 #include <QDir>
@@ -27,49 +28,12 @@ namespace {
 constexpr int kRate = 44100;
 constexpr double kOffset = 0.23;
 
-// As the tests make them: a burst of noise decaying in 5 ms on every beat.
+// As the tests make them, from the same offset.
 std::vector<float> clicks(double bpm, double seconds) {
-    std::mt19937 rng(1);
-    std::uniform_real_distribution<float> u(-1, 1);
-    std::vector<float> out(size_t(seconds * kRate));
-    for (double t = kOffset; t < seconds; t += 60.0 / bpm)
-        for (size_t i = 0, at = size_t(t * kRate); i < size_t(0.03 * kRate) && at + i < out.size();
-             ++i)
-            out[at + i] += 0.6f * u(rng) * float(std::exp(-double(i) / kRate / 0.005));
-    return out;
+    return rhythms::clicks(bpm, seconds, kOffset, kRate);
 }
-
-// Kick on 1 and 3, snare on 2 and 4, hi-hat on every eighth, every sound 120 / bpm times as
-// long, as a loop slowed down keeping its pitch.
 std::vector<float> drums(double bpm, double seconds) {
-    const double stretch = 120.0 / bpm, eighth = 30.0 / bpm;
-    std::mt19937 rng(2);
-    std::uniform_real_distribution<double> u(-1, 1);
-    std::vector<float> out(size_t(seconds * kRate));
-    auto add = [&](double t, double length, auto sound) {
-        for (size_t i = 0, at = size_t(t * kRate);
-             i < size_t(length * stretch * kRate) && at + i < out.size(); ++i)
-            out[at + i] += float(sound(double(i) / kRate / stretch));
-    };
-    for (int k = 0; kOffset + k * eighth < seconds; ++k) {
-        const double t = kOffset + k * eighth;
-        double phase = 0, last = 0;
-        if (k % 4 == 0)
-            add(t, 0.3, [&](double s) {
-                phase += 2 * M_PI * (50 + 100 * std::exp(-s / 0.03)) / kRate / stretch;
-                return 0.7 * std::sin(phase) * std::exp(-s / 0.08);
-            });
-        if (k % 4 == 2)
-            add(t, 0.2, [&](double s) {
-                return (0.35 * u(rng) + 0.25 * std::sin(2 * M_PI * 190 * s)) * std::exp(-s / 0.04);
-            });
-        add(t, 0.05, [&](double s) {
-            const double n = u(rng), high = 0.5 * (n - last);
-            last = n;
-            return 0.25 * high * std::exp(-s / 0.012);
-        });
-    }
-    return out;
+    return rhythms::drums(bpm, seconds, kOffset, kRate);
 }
 
 void report(const std::string& what, double value, const char* unit, double target) {

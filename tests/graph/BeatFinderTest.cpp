@@ -2,6 +2,8 @@
 // synthesised drum loop give their tempo and a first beat on a true beat; silence, noise and a
 // loop too short are refused in words; files are read through libsndfile with their channels
 // mixed; and the fit alone holds through a missed beat, a stray off-beat and three minutes.
+#include "Rhythms.h"
+
 #include "graph/BeatFinder.h"
 
 #include <QTemporaryDir>
@@ -14,52 +16,10 @@
 
 namespace {
 
+using rhythms::clicks;
+using rhythms::drums;
+
 constexpr int kRate = 44100;
-
-// A burst of noise decaying in 5 ms on every beat.
-std::vector<float> clicks(double bpm, double seconds, double offset, int rate = kRate) {
-    std::mt19937 rng(1);
-    std::uniform_real_distribution<float> u(-1, 1);
-    std::vector<float> out(size_t(seconds * rate));
-    for (double t = offset; t < seconds; t += 60.0 / bpm)
-        for (size_t i = 0, at = size_t(t * rate); i < size_t(0.03 * rate) && at + i < out.size();
-             ++i)
-            out[at + i] += 0.6f * u(rng) * float(std::exp(-double(i) / rate / 0.005));
-    return out;
-}
-
-// Kick on 1 and 3, snare on 2 and 4, hi-hat on every eighth; every sound lasts 120 / bpm times
-// as long, as a loop slowed down keeping its pitch does.
-std::vector<float> drums(double bpm, double seconds, double offset, int rate = kRate) {
-    const double stretch = 120.0 / bpm, eighth = 30.0 / bpm;
-    std::mt19937 rng(2);
-    std::uniform_real_distribution<double> u(-1, 1);
-    std::vector<float> out(size_t(seconds * rate));
-    auto add = [&](double t, double length, auto sound) {
-        for (size_t i = 0, at = size_t(t * rate);
-             i < size_t(length * stretch * rate) && at + i < out.size(); ++i)
-            out[at + i] += float(sound(double(i) / rate / stretch));
-    };
-    for (int k = 0; offset + k * eighth < seconds; ++k) {
-        const double t = offset + k * eighth;
-        double phase = 0, last = 0;
-        if (k % 4 == 0)
-            add(t, 0.3, [&](double s) {
-                phase += 2 * M_PI * (50 + 100 * std::exp(-s / 0.03)) / rate / stretch;
-                return 0.7 * std::sin(phase) * std::exp(-s / 0.08);
-            });
-        if (k % 4 == 2)
-            add(t, 0.2, [&](double s) {
-                return (0.35 * u(rng) + 0.25 * std::sin(2 * M_PI * 190 * s)) * std::exp(-s / 0.04);
-            });
-        add(t, 0.05, [&](double s) {
-            const double n = u(rng), high = 0.5 * (n - last);
-            last = n;
-            return 0.25 * high * std::exp(-s / 0.012);
-        });
-    }
-    return out;
-}
 
 // How far t is from the nearest beat of a grid.
 double offGrid(double t, double first, double period) {
