@@ -128,29 +128,6 @@ bool writePiece(const QString& path) {
     return sf_close(sf) == 0 && ok;
 }
 
-// Keys and clicks as plain events delivered to the widget, as the window system's arrive.
-void mouse(QWidget* w, QPoint at, QEvent::Type type, Qt::MouseButton button) {
-    const QPointF global = w->mapToGlobal(QPointF(at));
-    QMouseEvent e(type, QPointF(at), global, button,
-                  type == QEvent::MouseButtonPress ? button : Qt::NoButton, Qt::NoModifier);
-    QApplication::sendEvent(w, &e);
-}
-
-drive::Input eventInput() {
-    drive::Input in;
-    in.key = [](QWidget* w, int key, Qt::KeyboardModifiers mods, const QString& text) {
-        QKeyEvent press(QEvent::KeyPress, key, mods, text);
-        QApplication::sendEvent(w, &press);
-        QKeyEvent release(QEvent::KeyRelease, key, mods, text);
-        QApplication::sendEvent(w, &release);
-    };
-    in.click = [](QWidget* w, QPoint at) {
-        mouse(w, at, QEvent::MouseButtonPress, Qt::LeftButton);
-        mouse(w, at, QEvent::MouseButtonRelease, Qt::LeftButton);
-    };
-    return in;
-}
-
 // ---------------------------------------------------------------------------------------
 // The marking process
 
@@ -167,7 +144,7 @@ int markTheLoop() {
     Prompts::pushAnswer(piecePath());
     m->mnuFileOpen_Click();
     drive::activate(m);
-    const drive::Input input = eventInput();
+    const drive::Input input = drive::eventInput();
     auto* grid = drive::in<QAbstractItemView>(m, "loopPoints");
     drive::Loopback ear(8000, 1);
     QElapsedTimer t;
@@ -473,7 +450,7 @@ int measure() {
     }
     ChartPaints paints;
     qApp->installEventFilter(&paints);
-    const drive::Input input = eventInput();
+    const drive::Input input = drive::eventInput();
     Prompts::pushAnswer(piecePath());
     m->mnuFileOpen_Click();
     drive::activate(m);
@@ -590,9 +567,9 @@ int measure() {
             const QPoint local = under->mapFrom(g, c->mapTo(g, at));
             ear.clear();
             const Clock::time_point pressed = Clock::now();
-            mouse(under, local, QEvent::MouseButtonPress, Qt::LeftButton);
+            drive::sendMouse(under, local, QEvent::MouseButtonPress, Qt::LeftButton);
             clickHandlerMs.push_back(msSince(pressed));
-            mouse(under, local, QEvent::MouseButtonRelease, Qt::LeftButton);
+            drive::sendMouse(under, local, QEvent::MouseButtonRelease, Qt::LeftButton);
             const qint64 fromFrame = qint64(player->From()) * kRate / 1000;
             drive::spin(700);
             if (const auto ms = firstFrameHeard(ear.heard(), fromFrame, pressed))

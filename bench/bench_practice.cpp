@@ -31,28 +31,6 @@ constexpr int kActions = 5000;
 constexpr int kListenedPasses = 20;
 constexpr std::uint32_t kSeed = 20240607;
 
-// Keys and clicks as plain events delivered to the widget, the way the window system's would
-// arrive (without a test library to send them).
-drive::Input eventInput() {
-    drive::Input in;
-    in.key = [](QWidget* w, int key, Qt::KeyboardModifiers mods, const QString& text) {
-        QKeyEvent press(QEvent::KeyPress, key, mods, text);
-        QApplication::sendEvent(w, &press);
-        QKeyEvent release(QEvent::KeyRelease, key, mods, text);
-        QApplication::sendEvent(w, &release);
-    };
-    in.click = [](QWidget* w, QPoint at) {
-        const QPointF global = w->mapToGlobal(QPointF(at));
-        QMouseEvent press(QEvent::MouseButtonPress, QPointF(at), global, Qt::LeftButton,
-                          Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(w, &press);
-        QMouseEvent release(QEvent::MouseButtonRelease, QPointF(at), global, Qt::LeftButton,
-                            Qt::NoButton, Qt::NoModifier);
-        QApplication::sendEvent(w, &release);
-    };
-    return in;
-}
-
 // The practice and its figures; the status the program ends with.
 int practise() {
     frmMain* m = bench::startProgram();
@@ -68,7 +46,7 @@ int practise() {
     Prompts::pushAnswer(file);
     m->mnuFileOpen_Click();
     drive::activate(m);
-    const drive::Input input = eventInput();
+    const drive::Input input = drive::eventInput();
     auto* grid = drive::in<QAbstractItemView>(m, "loopPoints");
     {
         drive::Loopback ear(kRate, 1);

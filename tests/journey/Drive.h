@@ -13,6 +13,7 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPushButton>
@@ -45,6 +46,31 @@ struct Input {
     std::function<void(QWidget*, int key, Qt::KeyboardModifiers, const QString& text)> key;
     std::function<void(QWidget*, QPoint)> click;
 };
+
+// A mouse button going down or up on a widget, delivered as the window system's would be.
+inline void sendMouse(QWidget* w, QPoint at, QEvent::Type type, Qt::MouseButton button) {
+    const QPointF global = w->mapToGlobal(QPointF(at));
+    QMouseEvent e(type, QPointF(at), global, button,
+                  type == QEvent::MouseButtonPress ? button : Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(w, &e);
+}
+
+// Keys and clicks as plain events delivered to the widget, the way the window system's
+// arrive, for a program driven without the test library (the benchmarks).
+inline Input eventInput() {
+    Input in;
+    in.key = [](QWidget* w, int key, Qt::KeyboardModifiers mods, const QString& text) {
+        QKeyEvent press(QEvent::KeyPress, key, mods, text);
+        QApplication::sendEvent(w, &press);
+        QKeyEvent release(QEvent::KeyRelease, key, mods, text);
+        QApplication::sendEvent(w, &release);
+    };
+    in.click = [](QWidget* w, QPoint at) {
+        sendMouse(w, at, QEvent::MouseButtonPress, Qt::LeftButton);
+        sendMouse(w, at, QEvent::MouseButtonRelease, Qt::LeftButton);
+    };
+    return in;
+}
 
 inline void press(const Input& in, QWidget* w, int key, Qt::KeyboardModifiers mods = {}) {
     QString text;
@@ -531,13 +557,8 @@ private:
             return;
         const QPoint at(pick(std::max(1, chart->width())), chart->height() / 2);
         const Qt::MouseButton button = pick(3) == 0 ? Qt::RightButton : Qt::LeftButton;
-        const QPointF global = chart->mapToGlobal(QPointF(at));
-        QMouseEvent press(QEvent::MouseButtonPress, QPointF(at), global, button, button,
-                          Qt::NoModifier);
-        QApplication::sendEvent(chart, &press);
-        QMouseEvent release(QEvent::MouseButtonRelease, QPointF(at), global, button, Qt::NoButton,
-                            Qt::NoModifier);
-        QApplication::sendEvent(chart, &release);
+        sendMouse(chart, at, QEvent::MouseButtonPress, button);
+        sendMouse(chart, at, QEvent::MouseButtonRelease, button);
     }
 
     // A beat of the grid by its number, or the next or previous one.
