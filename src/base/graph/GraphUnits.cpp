@@ -73,14 +73,17 @@ GridPlace alignGrid(int startPx, int endPx, double beats, int beatsPerMeasure, i
     GridPlace g;
     g.firstLine = qint32(std::lround(double(twips) * startPx));
     g.beatWidth = double(twips) * double(endPx - startPx) / beats;
-    const auto measureWidth = qint32(std::lround(beatsPerMeasure * g.beatWidth));
     // A measure of no width or a negative one (a negative count of beats) would never push
     // the line off the chart: it stays where the selection starts.
-    if (measureWidth <= 0)
-        return g;
-    if (g.firstLine >= 1)
-        g.firstLine -= ((g.firstLine - 1) / measureWidth + 1) * measureWidth;
+    const auto measureWidth = qint32(std::lround(beatsPerMeasure * g.beatWidth));
+    g.firstLine = qint32(std::lround(firstLineOffThePicture(g.firstLine, measureWidth)));
     return g;
+}
+
+double firstLineOffThePicture(double firstLine, double measure) {
+    if (!(measure > 0))
+        return firstLine;
+    return firstLine - (std::floor((firstLine - 1) / measure) + 1) * measure;
 }
 
 int nearestGridLine(int px, qint32 firstLine, double beatWidth, int twips, bool halves,

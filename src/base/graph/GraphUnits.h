@@ -58,6 +58,11 @@ struct GridPlace {
 };
 GridPlace alignGrid(int startPx, int endPx, double beats, int beatsPerMeasure, int twips);
 
+// A first line moved by whole measures to the last measure line left of the picture's first
+// pixel (below 1 twip), so that the ruler's origin is off the chart and its measure lines stay
+// where they were. A measure of no width or less leaves it where it is.
+double firstLineOffThePicture(double firstLine, double measure);
+
 // The grid line nearest to a pixel: beats, and eighths or triplets where they are shown.
 // Returns the pixel itself while the grid has no width.
 int nearestGridLine(int px, qint32 firstLine, double beatWidth, int twips, bool halves,

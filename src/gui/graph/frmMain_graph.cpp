@@ -24,9 +24,9 @@ void frmMain::cmdGraphic_Click() {
     } else {
         loadForm<frmScrollTime>(*m_graphHost);
     }
-    if (panelText(QStringLiteral("pnlMsg"))
-            .endsWith(QStringLiteral("please wait."), Qt::CaseInsensitive) ||
-        panelText(QStringLiteral("pnlMsg")).endsWith(QStringLiteral("Please wait...")))
+    const QString now = panelText(QStringLiteral("pnlMsg"));
+    if (now == u"Generating graphic. Please wait..." ||
+        now == u"Generating Wave graphic, please wait.")
         setPanelText(QStringLiteral("pnlMsg"), said);
 }
 
@@ -42,15 +42,15 @@ void frmMain::adjustGraph() {
     if (!graph)
         return;
     MMControl* w = m_ui->WaveControl;
-    bool failed = false;
-    fs::ignoreErrors([&] {
+    // A marker that can't be placed leaves the selection as it was.
+    try {
         graph->selection().startMarker().setMsPosition(double(m_graph.graphStartFraction) *
                                                        w->Length());
         graph->selection().endMarker().setMsPosition(double(m_graph.graphEndFraction) *
                                                      w->Length());
-    });
-    if (failed)
+    } catch (const AppError&) {
         return;
+    }
     ms();
     w->setFrom(qint32(std::lround(graph->selection().startMarker().msPosition())));
     w->setTo(qint32(std::lround(graph->selection().endMarker().msPosition())));

@@ -179,7 +179,6 @@ void frmScrollTime::Form_Load() {
     if (area.width() > 100 && area.height() > 100)
         setGeometry(area);
     Form_Resize();
-    plotRectangle();
     loadFormPrefs();
     QGuiApplication::restoreOverrideCursor();
     setEnabled(true);
@@ -212,11 +211,6 @@ void frmScrollTime::ReadSlowdownFile() {
                             .arg(e.description, supportAddress()));
     }
     c->setBatching(false);
-}
-
-void frmScrollTime::plotRectangle() {
-    // The chart reports its plot rectangle itself; the window only needs it for the lines.
-    chart()->update();
 }
 
 void frmScrollTime::SetDataRange(qint32 First, qint32 Last) {

@@ -98,7 +98,6 @@ private:
     void Form_Resize();
     void Form_Unload();
     void loadFormPrefs();
-    void plotRectangle();
     QColor changeColorProperty(const QString& prefName, const QColor& currentColor);
     void wGrid21_firstLineChanged();
     void wGrid21_beatWidthChanged();

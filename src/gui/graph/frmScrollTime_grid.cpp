@@ -194,10 +194,8 @@ void frmScrollTime::mnuFindBeats_Click() {
     RhythmGridWidget* g = grid();
     // The first line goes back by whole measures to the left of the picture, as aligning does,
     // so that the found first beat stays a measure line.
-    const double measure = beatTwips * g->beatsPerMeasure();
-    double first = firstTwips;
-    if (measure > 0 && first >= 1)
-        first -= (std::floor((first - 1) / measure) + 1) * measure;
+    const double first =
+        graphunits::firstLineOffThePicture(firstTwips, beatTwips * g->beatsPerMeasure());
     g->setFirstLine(qint32(std::lround(first)));
     g->setBeatWidth(beatTwips);
     g->setVisible(true);
@@ -243,10 +241,8 @@ void frmScrollTime::mnuHalfTempo_Click() {
     RhythmGridWidget* g = grid();
     g->setBeatWidth(g->beatWidth() * 2);
     // Keep the ruler's origin off the picture, as the other placements do.
-    const auto measure = qint32(std::lround(g->beatsPerMeasure() * g->beatWidth()));
-    if (measure > 0)
-        while (g->firstLine() < -measure)
-            g->setFirstLine(g->firstLine() + measure);
+    g->setFirstLine(qint32(std::lround(graphunits::firstLineOffThePicture(
+        g->firstLine(), g->beatsPerMeasure() * g->beatWidth()))));
     gridRefresh();
 }
 
