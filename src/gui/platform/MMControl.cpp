@@ -81,20 +81,16 @@ void MMControl::setDevice(MediaDevice* device) {
     if (m_device) {
         m_device->setParent(this);
         m_device->setRepeatAhead(m_repeatAhead);
-        connect(m_device, &MediaDevice::playEnded, this, [this] {
+        // The end of a play whose Done was awaited: reached, or lost with the medium.
+        const auto ended = [this](int code) {
             refreshButtons();
             if (m_notifyPending) {
                 m_notifyPending = false;
-                emit Done(NotifySuccessful);
+                emit Done(code);
             }
-        });
-        connect(m_device, &MediaDevice::playLost, this, [this] {
-            refreshButtons();
-            if (m_notifyPending) {
-                m_notifyPending = false;
-                emit Done(NotifyFailure);
-            }
-        });
+        };
+        connect(m_device, &MediaDevice::playEnded, this, [ended] { ended(NotifySuccessful); });
+        connect(m_device, &MediaDevice::playLost, this, [ended] { ended(NotifyFailure); });
     }
     refreshButtons();
 }
